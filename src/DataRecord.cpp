@@ -1,0 +1,1301 @@
+#include "DataRecord.h"
+
+#include <algorithm>
+#include <bit>
+#include <iomanip>
+#include <istream>
+#include <ostream>
+#include <sstream>
+#include <type_traits>
+
+Synopsis synopsis;
+
+// =================================================================================================
+// Datestamp
+// =================================================================================================
+
+Datestamp::Datestamp(std::string_view date, std::string_view time) {
+    append(date);
+    append(" ");
+    append(time);
+}
+
+void Datestamp::append(std::string_view part) {
+    const size_t count = part.copy(text.data() + length, text.size() - length);
+    length = static_cast<uint8_t>(length + count);
+}
+
+std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp) {
+    return os << std::string_view(datestamp);
+}
+
+// =================================================================================================
+// DataRecord: factories
+//
+// A log is a stream of frames without a header, a length or a checksum:
+//
+//   any byte but 10       a data byte
+//   10 10                 a data byte 10
+//   10 03                 the end of the frame (DLE ETX)
+//   10 and another byte   nothing; the frame goes on
+//
+// Nothing but DLE ETX ends a frame, so damage stays within the frames that it touches: whatever
+// data bytes lie before the next DLE ETX are one record, and the next frame starts afresh.
+// =================================================================================================
+
+namespace {
+
+constexpr uint8_t dle = 0x10;
+constexpr uint8_t etx = 0x03;
+
+/// The next byte of the stream. At the stream's end this is 0xFF, which becomes a data byte of the
+/// last record like any other: the outputs have always been so. A failing read ends the stream in
+/// the same way, since a loop that waits for end of file would otherwise never end; it also marks
+/// the stream bad.
+uint8_t readByte(std::istream& stream) {
+    using Traits = std::istream::traits_type;
+    Traits::int_type byte = Traits::eof();
+    try {
+        byte = stream.rdbuf()->sbumpc();
+    } catch (const std::ios_base::failure&) {
+        stream.setstate(std::ios::badbit);
+    }
+    if (Traits::eq_int_type(byte, Traits::eof())) {
+        stream.setstate(std::ios::eofbit);
+        return 0xFF;
+    }
+    return static_cast<uint8_t>(byte);
+}
+
+template <typename Record>
+std::shared_ptr<DataRecord> make() {
+    return std::make_shared<Record>();
+}
+
+constexpr DataRecord::TypeEntry typeEntries[] = {
+    {DataRecord::garble, "UnknownDataRecord", make<UnknownDataRecord>},
+    {DataRecord::staticInfoRecordId, "StaticInfoDataRecord", make<StaticInfoDataRecord>},
+    {DataRecord::dynamicInfoRecordId, "DynamicInfoDataRecord", make<DynamicInfoDataRecord>},
+    {DataRecord::faultRecordId, "FaultDataRecord", make<FaultDataRecord>},
+    {DataRecord::shockRecordId, "ShockDataRecord", make<ShockDataRecord>},
+    {DataRecord::messageRecordId, "MessageDataRecord", make<MessageDataRecord>},
+    {DataRecord::bmcFirmwareVersionRecordId, "BMCFirmwareVersionDataRecord",
+     make<BMCFirmwareVersionDataRecord>},
+    {DataRecord::advancedSocRecordId, "AdvancedSOCDataRecord", make<AdvancedSOCDataRecord>},
+    {DataRecord::measuredCurrentRecordId, "MeasuredCurrentDataRecord",
+     make<MeasuredCurrentDataRecord>},
+    {DataRecord::powerModeRecordId, "PowerModeDataRecord", make<PowerModeDataRecord>},
+    {DataRecord::warrantyRecordId, "WarrantyDataRecord", make<WarrantyDataRecord>},
+    {DataRecord::ambientTemperatureRecordId, "AmbientTemperatureDataRecord",
+     make<AmbientTemperatureDataRecord>},
+    {DataRecord::relativeHumidityRecordId, "HumidityDataRecord", make<HumidityDataRecord>},
+    {DataRecord::staticInfoWithAddressRecordId, "StaticInfoDataRecordWithModuleAddress",
+     make<StaticInfoDataRecordWithModuleAddress>},
+    {DataRecord::dynamicInfoWithAddressRecordId, "DynamicInfoDataRecordWithModuleAddress",
+     make<DynamicInfoDataRecordWithModuleAddress>},
+    {DataRecord::advancedSocWithAddressRecordId, "AdvancedSOCDataRecordWithModuleAddress",
+     make<AdvancedSOCDataRecordWithModuleAddress>},
+};
+
+/// The factory takes a code as the index of its row.
+constexpr bool standInTheOrderOfTheirCodes() {
+    size_t code = 0;
+    for (const DataRecord::TypeEntry& entry : typeEntries) {
+        if (entry.type != code++) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(standInTheOrderOfTheirCodes());
+
+} // namespace
+
+std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
+    if (stream.eof()) {
+        return nullptr;
+    }
+    Bytes data;
+    data.reserve(64); // most records fit
+    bool hasReadEtx = false;
+    while (!hasReadEtx && !stream.eof()) {
+        const uint8_t byte = readByte(stream);
+        if (byte != dle) {
+            data.push_back(byte);
+            continue;
+        }
+        const uint8_t code = readByte(stream);
+        if (code == dle) {
+            data.push_back(dle);
+        } else if (code == etx) {
+            hasReadEtx = true;
+        }
+    }
+    std::shared_ptr<DataRecord> result = factory(data.empty() ? garble : Type(data.front()));
+    result->bytes.assign(data.begin(), data.end()); // takes no more memory than the bytes need
+    return result;
+}
+
+std::shared_ptr<DataRecord> DataRecord::factory(Type type) {
+    if (type < std::size(typeEntries)) {
+        return typeEntries[type].make();
+    }
+    return std::make_shared<UnknownDataRecord>();
+}
+
+std::span<const DataRecord::TypeEntry> DataRecord::types() {
+    return typeEntries;
+}
+
+// =================================================================================================
+// DataRecord: bytes
+//
+// Offset  Size  Type    Field
+//      0     1  uint8   type code
+//      1     4  uint32  time of day, milliseconds since midnight
+//      5     2  uint16  day number, 0 is 1 January 1984
+//      7        the payload of the record type
+//
+// Numbers are big-endian.
+// =================================================================================================
+
+namespace {
+
+constexpr size_t timeOffset = 1;
+constexpr size_t dayOffset = 5;
+constexpr size_t payloadOffset = 7;
+
+} // namespace
+
+void DataRecord::interpret() {
+    const std::string date = interpretDate();
+    const std::string time = interpretTime();
+    datestamp = Datestamp(date, time);
+    interpretPayload();
+    interpreted = true;
+}
+
+void DataRecord::interpretPayload() {}
+
+DataRecord::Type DataRecord::recordType() const {
+    return bytes.empty() ? garble : Type(bytes.front());
+}
+
+void DataRecord::moveTo(size_t offset) {
+    position = std::min(offset, bytes.size());
+}
+
+template <typename T>
+T DataRecord::fromBigEndian() {
+    using Bits = std::conditional_t<sizeof(T) == 1, uint8_t,
+                                    std::conditional_t<sizeof(T) == 2, uint16_t, uint32_t>>;
+    uint32_t bits = 0;
+    for (size_t each = 0; each < sizeof(T); ++each) {
+        bits <<= 8;
+        if (position < bytes.size()) {
+            bits |= bytes[position++];
+        }
+    }
+    return std::bit_cast<T>(static_cast<Bits>(bits));
+}
+
+template int8_t DataRecord::fromBigEndian<int8_t>();
+template uint8_t DataRecord::fromBigEndian<uint8_t>();
+template int16_t DataRecord::fromBigEndian<int16_t>();
+template uint16_t DataRecord::fromBigEndian<uint16_t>();
+template int32_t DataRecord::fromBigEndian<int32_t>();
+template uint32_t DataRecord::fromBigEndian<uint32_t>();
+template float DataRecord::fromBigEndian<float>();
+
+template <typename T>
+void DataRecord::skip(unsigned long n) {
+    const size_t remaining = bytes.size() - position;
+    position += n < remaining / sizeof(T) ? n * sizeof(T) : remaining;
+}
+
+template void DataRecord::skip<char>(unsigned long n);
+template void DataRecord::skip<unsigned char>(unsigned long n);
+template void DataRecord::skip<unsigned short>(unsigned long n);
+
+std::string_view DataRecord::terminatedText(unsigned short length) {
+    const auto rest = std::span(bytes).subspan(position);
+    const auto end = std::find(rest.begin(), rest.end(), uint8_t{0});
+    skip<char>(length);
+    return {reinterpret_cast<const char*>(rest.data()), static_cast<size_t>(end - rest.begin())};
+}
+
+// =================================================================================================
+// DataRecord: time stamps
+// =================================================================================================
+
+namespace {
+
+/// Appends the number with leading zeros up to the width.
+void appendNumber(std::string& text, unsigned number, size_t width) {
+    const std::string digits = std::to_string(number);
+    if (digits.size() < width) {
+        text.append(width - digits.size(), '0');
+    }
+    text += digits;
+}
+
+} // namespace
+
+std::string DataRecord::interpretDate() {
+    moveTo(dayOffset);
+    unsigned short days = fromBigEndian<uint16_t>();
+    // A year is passed only by a day number greater than its length, a month by one that is equal,
+    // too. So the first day of each year after 1984 stays in the year before and comes out as its
+    // month 13, which still sorts between 31 December and 2 January. The outputs have always been
+    // so.
+    unsigned short year = 1984;
+    while (days > daysPerYear(year)) {
+        days = static_cast<unsigned short>(days - daysPerYear(year));
+        ++year;
+    }
+    unsigned short month = January;
+    while (days >= daysPerMonth(month, year)) {
+        days = static_cast<unsigned short>(days - daysPerMonth(month, year));
+        ++month;
+    }
+    std::string text;
+    appendNumber(text, year, 0);
+    text += '-';
+    appendNumber(text, month, 2);
+    text += '-';
+    appendNumber(text, days + 1U, 2);
+    return text;
+}
+
+std::string DataRecord::interpretTime() {
+    moveTo(timeOffset);
+    uint32_t milliseconds = fromBigEndian<uint32_t>();
+    uint32_t seconds = milliseconds / 1000;
+    milliseconds %= 1000;
+    uint32_t minutes = seconds / 60;
+    seconds %= 60;
+    const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
+    minutes %= 60;
+    std::string text;
+    appendNumber(text, hours, 2);
+    text += ':';
+    appendNumber(text, minutes, 2);
+    text += ':';
+    appendNumber(text, seconds, 2);
+    text += '.';
+    appendNumber(text, milliseconds, 0);
+    moveTo(payloadOffset);
+    return text;
+}
+
+unsigned short DataRecord::daysPerYear(unsigned short year) {
+    return isLeapYear(year) ? 366 : 365;
+}
+
+bool DataRecord::isLeapYear(unsigned short year) {
+    return (year & 3) == 0;
+}
+
+unsigned short DataRecord::daysPerMonth(unsigned short month, unsigned short year) {
+    switch (month) {
+    case February:
+        return isLeapYear(year) ? 29 : 28;
+    case April:
+    case June:
+    case September:
+    case November:
+        return 30;
+    default: // the long months, and month 13 of the first day of a year
+        return 31;
+    }
+}
+
+// =================================================================================================
+// DataRecord: CSV lines
+//
+// The writers test the stream before each piece: writing to a stream that was never opened fails at
+// the datestamp, and the data fields behind it are then not asked for. Outputs that are not wanted
+// are skipped in this way.
+// =================================================================================================
+
+Header& DataRecord::header() {
+    if (h.empty()) {
+        initializeHeader(h);
+    }
+    return h;
+}
+
+void DataRecord::initializeHeader(Header& /*names*/) {}
+
+void DataRecord::writeCSVHeader(std::ostream& os) {
+    if (!os.fail()) {
+        writeCSVTimestampHeader(os);
+        writeCSVHeaderText(os);
+        os << std::endl;
+    }
+}
+
+void DataRecord::writeCSVHeaderText(std::ostream& os) {
+    header().write(os);
+}
+
+void DataRecord::writeCSVTimestampHeader(std::ostream& os) {
+    if (!os.fail()) {
+        os << "Datestamp,";
+    }
+}
+
+void DataRecord::writeCSVTimestampedData(std::ostream& os) {
+    if (!os.fail()) {
+        os << std::dec; // an unknown record leaves the stream in hexadecimal
+        writeCSVTimestamp(os);
+        writeCSVData(os);
+    }
+}
+
+void DataRecord::writeCSVTimestamp(std::ostream& os) {
+    if (!os.fail()) {
+        writeDatestamp(os);
+    }
+}
+
+void DataRecord::writeCSVData(std::ostream& os) {
+    if (!os.fail()) {
+        writeBasicCSV(os);
+        os << std::endl;
+    }
+}
+
+void DataRecord::writeDatestamp(std::ostream& os) {
+    os << datestamp;
+}
+
+void DataRecord::writeCSVHeader(Type type, std::ostream& os) {
+    writeCSVTimestampHeader(os);
+    writeCSVHeaderText(type, os);
+    os << std::endl;
+}
+
+void DataRecord::writeCSVHeaderText(Type type, std::ostream& os) {
+    factory(type)->writeCSVHeaderText(os);
+}
+
+template <typename T>
+void DataRecord::writeScalar(T value, std::ostream& os) {
+    os << ',' << value;
+}
+
+template void DataRecord::writeScalar<bool>(bool value, std::ostream& os);
+template void DataRecord::writeScalar<float>(float value, std::ostream& os);
+template void DataRecord::writeScalar<int>(int value, std::ostream& os);
+template void DataRecord::writeScalar<unsigned int>(unsigned int value, std::ostream& os);
+template void DataRecord::writeScalar<short>(short value, std::ostream& os);
+template void DataRecord::writeScalar<unsigned short>(unsigned short value, std::ostream& os);
+
+template <typename T>
+T DataRecord::writeScalar(std::ostream& os) {
+    const T value = fromBigEndian<T>();
+    writeScalar<T>(value, os);
+    return value;
+}
+
+template unsigned short DataRecord::writeScalar<unsigned short>(std::ostream& os);
+
+int8_t DataRecord::writeInt8(std::ostream& os) {
+    const int8_t value = fromBigEndian<int8_t>();
+    writeScalar<short>(value, os);
+    return value;
+}
+
+uint8_t DataRecord::writeUint8(std::ostream& os) {
+    const uint8_t value = fromBigEndian<uint8_t>();
+    writeScalar<unsigned short>(value, os);
+    return value;
+}
+
+void DataRecord::writeString(std::ostream& os, unsigned short length) {
+    os << ',' << terminatedText(length);
+}
+
+void DataRecord::writeEmptyFields(std::ostream& os) {
+    os << std::string(header().size(), ',');
+}
+
+// =================================================================================================
+// 0 and 16 to 255: UnknownDataRecord
+//
+// Payload: anything.
+// =================================================================================================
+
+void UnknownDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"Unknown record type ..."};
+    names.addAll(columns);
+}
+
+void UnknownDataRecord::writeBasicCSV(std::ostream& os) {
+    // No comma before the dump, and the stream stays in hexadecimal: both have always been so.
+    moveTo(0);
+    os << std::hex << std::setfill('0');
+    while (position < bytes.size()) {
+        os << std::setw(2) << unsigned{fromBigEndian<uint8_t>()} << ' ';
+    }
+}
+
+// =================================================================================================
+// 1 and 13: StaticInfoDataRecord
+//
+// Offset  Size  Type    Field                  Column
+//      0     4          (two words)
+//      4     2  uint16  cycleCount             cycleCount
+//      6     6          (three words)
+//     12     2  uint16  manufactureDate        manufactureDate
+//     14     2  uint16  serialNumber           serialNumber
+//     16     1  uint8   seriesCells            seriesCells
+//     17    32
+//     49    32  text    deviceName             deviceName
+//     81    32
+//    113    32  text    firmwareVersion        firmwareVersion
+//    145     1  uint8   temperatureSensors     tempSensors
+//    146    25          (15 bytes, five words)
+//    171     4  float   cumulativeChargeAs     cumulativeCharge (amp-seconds)
+//    175     4  float   cumulativeDischargeAs  cumulativeDischarge (amp-seconds)
+//    179
+// =================================================================================================
+
+void StaticInfoDataRecord::initializeHeader(Header& names) {
+    static const Header columns{
+        "module",
+        "cycleCount",
+        "manufactureDate",
+        "serialNumber",
+        "seriesCells",
+        "deviceName",
+        "firmwareVersion",
+        "tempSensors",
+        "cumulativeCharge (amp-seconds)",
+        "cumulativeDischarge (amp-seconds)",
+    };
+    names.addAll(columns);
+}
+
+void StaticInfoDataRecord::interpretPayload() {
+    skip<unsigned short>(2);
+    cycleCount = fromBigEndian<uint16_t>();
+    skip<unsigned short>(3);
+    manufactureDate = fromBigEndian<uint16_t>();
+    serialNumber = fromBigEndian<uint16_t>();
+    seriesCells = fromBigEndian<uint8_t>();
+    skip<char>(32);
+    deviceName = interpretString(32);
+    skip<char>(32);
+    firmwareVersion = interpretString(32);
+    temperatureSensors = fromBigEndian<uint8_t>();
+    skip<char>(15);
+    skip<unsigned short>(5);
+    cumulativeChargeAs = fromBigEndian<float>();
+    cumulativeDischargeAs = fromBigEndian<float>();
+}
+
+std::string StaticInfoDataRecord::interpretString(unsigned short length) {
+    return std::string(terminatedText(length));
+}
+
+void StaticInfoDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<unsigned short>(moduleAddress, os);
+    writeScalar<unsigned short>(cycleCount, os);
+    writeScalar<unsigned short>(manufactureDate, os);
+    writeScalar<unsigned short>(serialNumber, os);
+    writeScalar<unsigned short>(seriesCells, os);
+    os << ',' << deviceName;
+    os << ',' << firmwareVersion;
+    writeScalar<unsigned short>(temperatureSensors, os);
+    writeScalar<float>(cumulativeChargeAs, os);
+    writeScalar<float>(cumulativeDischargeAs, os);
+}
+
+uint8_t StaticInfoDataRecord::moduleId() const {
+    return static_cast<uint8_t>(moduleAddress);
+}
+
+// 13: the module address (uint8), then the payload above.
+
+void StaticInfoDataRecordWithModuleAddress::interpretPayload() {
+    moduleAddress = fromBigEndian<uint8_t>();
+    StaticInfoDataRecord::interpretPayload();
+}
+
+// =================================================================================================
+// 2 and 14: DynamicInfoDataRecord
+//
+// W is 2 in a record of 35 bytes in all and 4 in every other: older firmware logged the current in
+// 16 bits, and the record does not say so. A record with a module address therefore always has a
+// current of 32 bits.
+//
+// Offset  Size  Type     Field            Unit                 Column
+//      0     2           (a word)
+//      2     2  uint16   packVoltage      mV, held as V        packVoltage (V)
+//      4     W  int16/32 current          0.1 A, held as A     current (A)
+//    4+W     2  uint16   soc              %                    soc (%)
+//    6+W     2  uint16   dsoc             %                    dsoc (%)
+//    8+W     2  uint16   bit 10: heat, bit 13: balance         heat, balance
+//   10+W    14  uint16   cellVoltage [7]  mV, held as V        cellRow[1] (V) to cellRow[7] (V)
+//   24+W     2  uint16   cellTemperature  0.1 K, held as deg C cellTemperature[0] (C)
+//   26+W
+// =================================================================================================
+
+void DynamicInfoDataRecord::initializeHeader(Header& names) {
+    static const Header columns = [] {
+        Header list{"module", "packVoltage (V)", "current (A)", "soc (%)", "dsoc (%)"};
+        // Cells are counted from 1 and sensors from 0.
+        for (int cell = 0; cell < DataRecord::seriesCells; ++cell) {
+            list.addName("cellRow[" + std::to_string(cell + 1) + "] (V)");
+        }
+        list.addName("imbalance");
+        for (int sensor = 0; sensor < DataRecord::temperatureSensors; ++sensor) {
+            list.addName("cellTemperature[" + std::to_string(sensor) + "] (C)");
+        }
+        list.addName("heat");
+        list.addName("balance");
+        return list;
+    }();
+    names.addAll(columns);
+}
+
+void DynamicInfoDataRecord::interpretPayload() {
+    constexpr size_t lengthWithShortCurrent = 35;
+    constexpr uint16_t heatBit = 1 << 10;
+    constexpr uint16_t balanceBit = 1 << 13;
+
+    bool plausible = true;
+    skip<unsigned short>(1);
+    packVoltage = static_cast<float>(fromBigEndian<uint16_t>() / 1000.0);
+    const int32_t tenthsOfAmpere = bytes.size() == lengthWithShortCurrent
+                                       ? fromBigEndian<int16_t>()
+                                       : fromBigEndian<int32_t>();
+    current = static_cast<float>(tenthsOfAmpere / 10.0);
+    soc = fromBigEndian<uint16_t>();
+    dsoc = fromBigEndian<uint16_t>();
+    if (soc > 100 || dsoc > 100) {
+        plausible = false;
+    }
+    const uint16_t status = fromBigEndian<uint16_t>();
+    heat = (status & heatBit) != 0;
+    balance = (status & balanceBit) != 0;
+    for (float& voltage : cellVoltage) {
+        voltage = static_cast<float>(fromBigEndian<uint16_t>() / 1000.0);
+        if (!(voltage > 2.0F && voltage <= 5.0F)) {
+            plausible = false;
+        }
+    }
+    for (float& temperature : cellTemperature) {
+        temperature = static_cast<float>(fromBigEndian<uint16_t>() / 10.0 - 273.15);
+        // 4000 degrees are meant as they stand: only the lower bound tells a broken sensor.
+        if (temperature < -40.0F || temperature > 4000.0F) {
+            plausible = false;
+        }
+    }
+    if (plausible) {
+        synopsis.dynamicInfo(datestamp, dsoc, soc);
+    }
+}
+
+void DynamicInfoDataRecord::writeBasicCSV(std::ostream& os) {
+    if (!interpreted) {
+        writeEmptyFields(os);
+        return;
+    }
+    writeScalar<unsigned short>(moduleAddress, os);
+    writeScalar<float>(packVoltage, os);
+    writeScalar<float>(current, os);
+    writeScalar<unsigned short>(soc, os);
+    writeScalar<unsigned short>(dsoc, os);
+    for (const float voltage : cellVoltage) {
+        writeScalar<float>(voltage, os);
+    }
+    const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
+    writeScalar<float>(*highest - *lowest, os);
+    for (const float temperature : cellTemperature) {
+        writeScalar<float>(temperature, os);
+    }
+    writeScalar<bool>(heat, os);
+    writeScalar<bool>(balance, os);
+}
+
+uint8_t DynamicInfoDataRecord::moduleId() const {
+    return static_cast<uint8_t>(moduleAddress);
+}
+
+// 14: the module address (uint8), then the payload above.
+
+void DynamicInfoDataRecordWithModuleAddress::interpretPayload() {
+    moduleAddress = fromBigEndian<uint8_t>();
+    DynamicInfoDataRecord::interpretPayload();
+}
+
+// =================================================================================================
+// 3: FaultDataRecord
+//
+// Offset  Size  Type    Field                   Column
+//      0     2          (a word)
+//      2     1  uint8   error_register          error_register
+//      3     3
+//      6     2  uint16  additional_information  additional_information
+//      8
+// =================================================================================================
+
+void FaultDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"error_register", "additional_information"};
+    names.addAll(columns);
+}
+
+void FaultDataRecord::interpretPayload() {
+    skip<unsigned short>(1);
+    error_register = fromBigEndian<uint8_t>();
+    skip<char>(3);
+    additional_information = fromBigEndian<uint16_t>();
+    faultMap[static_cast<uint8_t>(error_register)] = additional_information;
+}
+
+void FaultDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<unsigned short>(error_register, os);
+    writeScalar<unsigned short>(additional_information, os);
+    switch (error_register) {
+    case 1:
+        interpretGeneralFault(additional_information, os);
+        break;
+    case 2:
+        interpretCurrentFault(additional_information, os);
+        break;
+    case 4:
+        interpretVoltageFault(additional_information, os);
+        break;
+    case 8:
+        interpretTemperatureFault(additional_information, os);
+        break;
+    case 16:
+        interpretCommunicationFault(additional_information, os);
+        break;
+    case 128:
+        interpretFeatureFault(additional_information, os);
+        break;
+    default: // the controller names no faults of other categories
+        break;
+    }
+    os << std::dec;
+}
+
+void FaultDataRecord::interpretFault(unsigned short bits, const char** names, std::ostream& out) {
+    unsigned mask = 1;
+    for (const char** name = names; **name != '\0'; ++name) {
+        if ((bits & mask) != 0) {
+            out << ',' << *name;
+        }
+        mask <<= 1;
+    }
+}
+
+void FaultDataRecord::interpretGeneralFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Low SOC",
+        "Self-test",
+        "AC Present while truck on",
+        "Loss of wake",
+        "Contactor stuck open",
+        "Contactor stuck closed",
+        "Contactor coil bad",
+        "Fuse blown",
+        "EEPROM memory error",
+        "Flash memory error",
+        "Sleep warning",
+        "Contactor opening imminent",
+        "Dormant Mode",
+        "",
+    };
+    interpretFault(bits, names, out);
+}
+
+void FaultDataRecord::interpretCurrentFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Charge current warning",
+        "Discharge current warning",
+        "Charge current error",
+        "Discharge current error",
+        "Current measurement error",
+        "Hardware over current",
+        "",
+    };
+    interpretFault(bits, names, out);
+}
+
+void FaultDataRecord::interpretVoltageFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Voltage sense wire", "Voltage measurement error", "High cell voltage",
+        "Low cell voltage",   "Hardware over voltage",     "",
+    };
+    interpretFault(bits, names, out);
+}
+
+void FaultDataRecord::interpretTemperatureFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Cell temperature measurement error",
+        "High cell temperature",
+        "Low cell temperature",
+        "Too hot to charge",
+        "Too cold to charge",
+        "",
+    };
+    interpretFault(bits, names, out);
+}
+
+void FaultDataRecord::interpretCommunicationFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Loss of CAN Rx",
+        "Loss of internal communication",
+        "",
+    };
+    interpretFault(bits, names, out);
+}
+
+void FaultDataRecord::interpretFeatureFault(unsigned short bits, std::ostream& out) {
+    const char* names[] = {
+        "Heater error",
+        "Fan error",
+        "Cell balancing error",
+        "RTC error",
+        "Shock / Vibration error",
+        "Humidity error",
+        "FRU error - LIBUI",
+        "FRU error - BMC",
+        "FRU error - BMU",
+        "FRU error - Charger",
+        "",
+    };
+    interpretFault(bits, names, out);
+}
+
+// =================================================================================================
+// 4: ShockDataRecord
+//
+// The readings are written unscaled, under headings that name g.
+//
+// Offset  Size  Type  Field  Column
+//      0     1  int8  x      x (g)
+//      1     1  int8  y      y (g)
+//      2     1  int8  z      z (g)
+//      3
+// =================================================================================================
+
+void ShockDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"x (g)", "y (g)", "z (g)"};
+    names.addAll(columns);
+}
+
+void ShockDataRecord::interpretPayload() {
+    x = fromBigEndian<int8_t>();
+    y = fromBigEndian<int8_t>();
+    z = fromBigEndian<int8_t>();
+}
+
+void ShockDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<short>(x, os);
+    writeScalar<short>(y, os);
+    writeScalar<short>(z, os);
+}
+
+// =================================================================================================
+// 5: MessageDataRecord
+//
+// Offset  Size  Type  Field    Column
+//      0  rest  text  message  message
+//
+// Every byte up to the record's end is text, zero bytes included.
+// =================================================================================================
+
+std::map<std::string, std::string> MessageDataRecord::systemStates;
+
+namespace {
+
+constexpr std::string_view systemStatePrefix = "systemState=+";
+constexpr std::string_view chargeSchedulePrefix = "chargeSchedule.state = ";
+
+/// The part of the message behind the prefix; empty if the message does not begin with it.
+std::string textBehind(std::string_view prefix, const std::string& message) {
+    return message.starts_with(prefix) ? message.substr(prefix.size()) : std::string();
+}
+
+/// The signal whose report begins with the prefix. The number is whatever a formatted extraction
+/// makes of the text: white space is skipped, a sign is taken, an overflow gives the largest
+/// number, and no number at all counts as 0.
+TriState signalBehind(std::string_view prefix, const std::string& message) {
+    if (!message.starts_with(prefix)) {
+        return TriState::Indeterminate;
+    }
+    std::istringstream text(message.substr(prefix.size()));
+    uint32_t number = 0;
+    text >> number;
+    return number != 0 ? TriState::True : TriState::False;
+}
+
+} // namespace
+
+void MessageDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"message"};
+    names.addAll(columns);
+    if (systemStates.empty()) {
+        systemStates = {
+            {"systemState=+0", "ST_INIT"},
+            {"systemState=+1", "ST_RESTART"},
+            {"systemState=+2", "ST_WAIT_FOR_GPIO_ON_STARTUP"},
+            {"systemState=+3", "ST_WAIT_FOR_BMU_COMM"},
+            {"systemState=+4", "ST_WAIT_FOR_SAFE_BATTERY"},
+            {"systemState=+5", "ST_RUN"},
+            {"systemState=+6", "ST_CHARGE"},
+            {"systemState=+7", "ST_CHARGE_DONE"},
+            {"systemState=+8", "ST_STOP_CHARGE"},
+            {"systemState=+9", "ST_INTERLOCK"},
+            {"systemState=+10", "ST_UNDERVOLTAGE"},
+            {"systemState=+11", "ST_OVERVOLTAGE"},
+            {"systemState=+12", "ST_BMU_COMM_LOST"},
+            {"systemState=+13", "ST_TRUCK_COMM_LOST"},
+            {"systemState=+14", "ST_OVERCURRENT"},
+            {"systemState=+15", "ST_RESET_BMU"},
+            {"systemState=+16", "ST_WAIT_FOR_CONTACTOR_OPEN_BEFORE_SLEEP"},
+            {"systemState=+17", "ST_ABOUT_TO_SLEEP"},
+            {"systemState=+18", "ST_SLEEP"},
+            {"systemState=+19", "ST_FIRMWAREUPDATE"},
+            {"systemState=+20", "ST_FIRMWAREUPDATE_WAIT_FOR_BMU"},
+            {"systemState=+21", "ST_UNDEFINED"},
+        };
+    }
+}
+
+void MessageDataRecord::interpretPayload() {
+    const auto text = std::span(bytes).subspan(position);
+    message.append(text.begin(), text.end());
+}
+
+void MessageDataRecord::writeBasicCSV(std::ostream& os) {
+    const std::string state = systemState();
+    if (state == "ST_RUN") {
+        synopsis.start(datestamp, Synopsis::discharge);
+    } else if (state == "ST_CHARGE") {
+        synopsis.start(datestamp, Synopsis::charge);
+    } else if (state == "ST_RESTART") {
+        synopsis.start(datestamp, Synopsis::unknown);
+    }
+    os << ',' << message << ',' << state;
+}
+
+std::string MessageDataRecord::systemState() const {
+    return textBehind(systemStatePrefix, message);
+}
+
+std::string MessageDataRecord::chargeScheduleState() const {
+    return textBehind(chargeSchedulePrefix, message);
+}
+
+TriState MessageDataRecord::sbx() const {
+    return signalBehind("sbx_sense=+", message);
+}
+
+TriState MessageDataRecord::button() const {
+    return signalBehind("hud_multifunc=+", message);
+}
+
+TriState MessageDataRecord::acPresent() const {
+    return signalBehind("ac_no_sense=+", message);
+}
+
+TriState MessageDataRecord::interlock() const {
+    return signalBehind("interlock=+", message);
+}
+
+// =================================================================================================
+// 6: BMCFirmwareVersionDataRecord
+//
+// Offset  Size  Type  Field            Column
+//      0  rest  text  firmwareVersion  Version
+//
+// The text ends at its first zero byte or at the record's end.
+// =================================================================================================
+
+void BMCFirmwareVersionDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"Version"};
+    names.addAll(columns);
+}
+
+void BMCFirmwareVersionDataRecord::interpretPayload() {
+    firmwareVersion += terminatedText(0);
+}
+
+void BMCFirmwareVersionDataRecord::writeBasicCSV(std::ostream& os) {
+    os << ',' << firmwareVersion;
+}
+
+// =================================================================================================
+// 7 and 15: AdvancedSOCDataRecord
+//
+// Offset  Size  Type    Field         Unit  Column
+//      0     4  uint32  chargeMAH     mAh   totalCharge (mAH)
+//      4     4  uint32  dischargeMAH  mAh   totalDischarge (mAH)
+//      8     4  float   soh                 dsoc
+//     12     4  float   soc                 soh
+//     16
+// =================================================================================================
+
+void AdvancedSOCDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"module", "totalCharge (mAH)", "totalDischarge (mAH)", "dsoc",
+                                "soh"};
+    names.addAll(columns);
+}
+
+void AdvancedSOCDataRecord::interpretPayload() {
+    chargeMAH = fromBigEndian<uint32_t>();
+    dischargeMAH = fromBigEndian<uint32_t>();
+    soh = fromBigEndian<float>();
+    soc = fromBigEndian<float>();
+    synopsis.advancedSOC(datestamp, chargeMAH + dischargeMAH);
+}
+
+void AdvancedSOCDataRecord::writeBasicCSV(std::ostream& os) {
+    if (!interpreted) {
+        writeEmptyFields(os);
+        return;
+    }
+    writeScalar<unsigned short>(moduleAddress, os);
+    writeScalar<unsigned int>(chargeMAH, os);
+    writeScalar<unsigned int>(dischargeMAH, os);
+    writeScalar<float>(soh, os); // under the heading "dsoc"
+    writeScalar<float>(soc, os); // under the heading "soh"
+}
+
+uint8_t AdvancedSOCDataRecord::moduleId() const {
+    return static_cast<uint8_t>(moduleAddress);
+}
+
+// 15: the module address (uint8), then the payload above.
+
+void AdvancedSOCDataRecordWithModuleAddress::interpretPayload() {
+    moduleAddress = fromBigEndian<uint8_t>();
+    AdvancedSOCDataRecord::interpretPayload();
+}
+
+// =================================================================================================
+// 8: MeasuredCurrentDataRecord
+//
+// Offset  Size  Type   Field    Unit  Column
+//      0     4  int32  current  mA    measuredCurrent (mA)
+//      4
+// =================================================================================================
+
+void MeasuredCurrentDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"measuredCurrent (mA)"};
+    names.addAll(columns);
+}
+
+void MeasuredCurrentDataRecord::interpretPayload() {
+    current = fromBigEndian<int32_t>();
+}
+
+void MeasuredCurrentDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<int>(current, os);
+}
+
+// =================================================================================================
+// 9: PowerModeDataRecord
+//
+// Offset  Size  Type   Field      Column
+//      0     1  uint8  powerMode  power-mode
+//      1
+// =================================================================================================
+
+void PowerModeDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"power-mode"};
+    names.addAll(columns);
+}
+
+void PowerModeDataRecord::interpretPayload() {
+    powerMode = eepromPowerModeFlag{fromBigEndian<uint8_t>()};
+}
+
+void PowerModeDataRecord::writeBasicCSV(std::ostream& os) {
+    switch (powerMode) {
+    case EEPROM_POWER_FLAG_MANUAL_TRAVEL_MODE:
+        os << ",manual-travel";
+        break;
+    case EEPROM_POWER_FLAG_DORMANT_MODE:
+        os << ",dormant";
+        break;
+    case EEPROM_POWER_FLAG_RESERVE_MODE:
+        os << ",reserve";
+        break;
+    case EEPROM_POWER_FLAG_NORMAL_MODE:
+    default:
+        os << ",normal";
+        break;
+    }
+}
+
+// =================================================================================================
+// 10: WarrantyDataRecord
+//
+// Offset  Size  Type   Field                               Column
+//      0     1  uint8  CommissioningState, read by the row warrantyEvent
+//      1
+// =================================================================================================
+
+void WarrantyDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"warrantyEvent"};
+    names.addAll(columns);
+}
+
+void WarrantyDataRecord::writeBasicCSV(std::ostream& os) {
+    const uint8_t state = position < bytes.size() ? bytes[position] : uint8_t{0};
+    switch (state) {
+    case UNCOMMISSIONED:
+        os << "UNCOMMISSIONED";
+        break;
+    case COMMISSIONED:
+        os << "COMMISSIONED";
+        break;
+    case DECOMMISSIONED_VOLT_LOW:
+        os << "DECOMMISSIONED_VOLT_LOW";
+        break;
+    case DECOMMISSIONED_VOLT_HIGH:
+        os << "DECOMMISSIONED_VOLT_HIGH";
+        break;
+    case DECOMMISSIONED_HIGH_TEMPERATURE:
+        os << "DECOMMISSIONED_HIGH_TEMPERATURE";
+        break;
+    case DECOMMISSIONED_DISCHARGE_OVERCURRENT:
+        os << "DECOMMISSIONED_DISCHARGE_OVERCURRENT";
+        break;
+    case DECOMMISSIONED_CHARGE_OVERCURRENT:
+        os << "DECOMMISSIONED_CHARGE_OVERCURRENT";
+        break;
+    case DECOMMISSIONED_EXCESSIVE_SHOCK:
+        os << "DECOMMISSIONED_EXCESSIVE_SHOCK";
+        break;
+    case DECOMMISSIONED_SOC:
+        os << "DECOMMISSIONED_SOC";
+        break;
+    case DECOMMISSIONED_RESERVE_MODE:
+        os << "DECOMMISSIONED_RESERVE_MODE";
+        break;
+    case DECOMMISSIONED_DORMANT_TOO_LONG:
+        os << "DECOMMISSIONED_DORMANT_TOO_LONG";
+        break;
+    case DECOMMISSIONED_WARRANTY_EXPIRED:
+        os << "DECOMMISSIONED_WARRANTY_EXPIRED";
+        break;
+    case DECOMMISSIONED_UNKNOWN:
+        os << "DECOMMISSIONED_UNKNOWN";
+        break;
+    default:
+        os << "UNKNOWN EVENT";
+        break;
+    }
+}
+
+// =================================================================================================
+// 11: AmbientTemperatureDataRecord
+//
+// The readings are written unscaled, under headings that name kelvin.
+//
+// Offset  Size  Type    Field, read by the row  Column
+//      0     2  uint16  minimum                 minimum (K)
+//      2     2  uint16  maximum                 maximum (K)
+//      4     2  uint16  average                 average (K)
+//      6
+// =================================================================================================
+
+void AmbientTemperatureDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"minimum (K)", "maximum (K)", "average (K)"};
+    names.addAll(columns);
+}
+
+void AmbientTemperatureDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<unsigned short>(os);
+    writeScalar<unsigned short>(os);
+    writeScalar<unsigned short>(os);
+}
+
+// =================================================================================================
+// 12: HumidityDataRecord
+//
+// Offset  Size  Type    Field                    Unit             Column
+//      0     2  uint16  relativeHumidity         0.01 %, held as % RH (%)
+//      2     2  uint16  relativeHumidityLow      0.01 %, held as % Low RH (%)
+//      4     2  uint16  relativeHumidityHigh     0.01 %, held as % High RH (%)
+//      6     2  uint16  relativeHumidityAverage  0.01 %, held as % Ave RH (%)
+//      8
+// =================================================================================================
+
+void HumidityDataRecord::initializeHeader(Header& names) {
+    static const Header columns{"RH (%)", "Low RH (%)", "High RH (%)", "Ave RH (%)"};
+    names.addAll(columns);
+}
+
+void HumidityDataRecord::interpretPayload() {
+    relativeHumidity = static_cast<float>(fromBigEndian<uint16_t>() / 100.0);
+    relativeHumidityLow = static_cast<float>(fromBigEndian<uint16_t>() / 100.0);
+    relativeHumidityHigh = static_cast<float>(fromBigEndian<uint16_t>() / 100.0);
+    relativeHumidityAverage = static_cast<float>(fromBigEndian<uint16_t>() / 100.0);
+}
+
+void HumidityDataRecord::writeBasicCSV(std::ostream& os) {
+    writeScalar<float>(relativeHumidity, os);
+    writeScalar<float>(relativeHumidityLow, os);
+    writeScalar<float>(relativeHumidityHigh, os);
+    writeScalar<float>(relativeHumidityAverage, os);
+}
+
+// =================================================================================================
+// WideDataRecord
+//
+// Columns, in this order: those of each module's dynamic info, those of each module's charge
+// counters, the power mode and the fixed columns below. The names of the modules' columns repeat
+// and carry no module number.
+// =================================================================================================
+
+WideDataRecord::WideDataRecord() {
+    for (uint8_t module = 1; module < 3; ++module) {
+        dynamicInfo[module] = DynamicInfoDataRecord();
+        advancedSOC[module] = AdvancedSOCDataRecord();
+    }
+}
+
+void WideDataRecord::initializeHeader(Header& names) {
+    static const Header fixedColumns{
+        "General Faults",
+        "Current Faults",
+        "Voltage Faults",
+        "Temperature Faults",
+        "Communication Faults",
+        "FeatureFaults",
+        "System State",
+        "Charge Schedule State",
+        "SBX Sense",
+        "AC Present",
+        "Button",
+        "Interlock",
+        "BMC FW",
+        "BMU FW",
+    };
+    for (auto& [module, record] : dynamicInfo) {
+        names.addAll(record.header());
+    }
+    for (auto& [module, record] : advancedSOC) {
+        names.addAll(record.header());
+    }
+    names.addAll(powerMode.header());
+    names.addAll(fixedColumns);
+}
+
+void WideDataRecord::updateStaticInfo(const StaticInfoDataRecord& record) {
+    std::istringstream text(record.firmwareVersion);
+    std::string version;
+    if (text >> version) {
+        bmuFWVersion = version;
+    }
+}
+
+void WideDataRecord::updateDynamicInfo(const DynamicInfoDataRecord& record) {
+    dynamicInfo[record.moduleId()] = record;
+    datestamp = record.datestamp;
+}
+
+void WideDataRecord::updateSOC(const AdvancedSOCDataRecord& record) {
+    advancedSOC[record.moduleId()] = record;
+    datestamp = record.datestamp;
+}
+
+void WideDataRecord::updatePowerMode(const PowerModeDataRecord& record) {
+    powerMode = record;
+    datestamp = record.datestamp;
+}
+
+void WideDataRecord::updateFault(const FaultDataRecord& record) {
+    faults[static_cast<uint8_t>(record.error_register)] = record;
+    datestamp = record.datestamp;
+}
+
+void WideDataRecord::updateMessage(const MessageDataRecord& message) {
+    const std::string state = message.systemState();
+    if (!state.empty()) {
+        systemState = state;
+        datestamp = message.datestamp;
+        if (state == "1") { // a restart: what was known before it no longer holds
+            faults.clear();
+            sbxSense = TriState::Indeterminate;
+            acPresent = TriState::Indeterminate;
+            multifunctionButton = TriState::Indeterminate;
+            interlock = TriState::Indeterminate;
+            chargeScheduleState.clear();
+        }
+        return;
+    }
+    const std::string scheduleState = message.chargeScheduleState();
+    if (!scheduleState.empty()) {
+        chargeScheduleState = scheduleState;
+        datestamp = message.datestamp;
+        return;
+    }
+    const auto store = [](TriState reported, TriState& signal) {
+        if (reported != TriState::Indeterminate) {
+            signal = reported;
+        }
+    };
+    store(message.sbx(), sbxSense);
+    store(message.button(), multifunctionButton);
+    store(message.acPresent(), acPresent);
+    store(message.interlock(), interlock);
+}
+
+void WideDataRecord::updateBMCFWVersion(const BMCFirmwareVersionDataRecord& record) {
+    std::istringstream text(record.firmwareVersion);
+    std::string first;
+    std::string second;
+    std::string version;
+    if (text >> first >> second >> version) {
+        bmcFWVersion = version;
+    }
+}
+
+void WideDataRecord::writeBasicCSV(std::ostream& os) {
+    for (auto& [module, record] : dynamicInfo) {
+        record.writeBasicCSV(os);
+    }
+    for (auto& [module, record] : advancedSOC) {
+        record.writeBasicCSV(os);
+    }
+    powerMode.writeBasicCSV(os);
+    for (const uint8_t category : std::initializer_list<uint8_t>{1, 2, 4, 8, 16, 128}) {
+        writeFault(faults[category], os); // a category that was never reported has no faults
+    }
+    os << ',' << systemState << ',' << chargeScheduleState;
+    writeTriState(sbxSense, os);
+    writeTriState(acPresent, os);
+    writeTriState(multifunctionButton, os);
+    writeTriState(interlock, os);
+    os << ',' << bmcFWVersion << ',' << bmuFWVersion;
+}
+
+void WideDataRecord::writeTriState(TriState value, std::ostream& os) const {
+    switch (value) {
+    case TriState::False:
+        os << ",0";
+        break;
+    case TriState::True:
+        os << ",1";
+        break;
+    case TriState::Indeterminate:
+    default:
+        os << ',';
+        break;
+    }
+}
+
+void WideDataRecord::writeFault(const FaultDataRecord& fault, std::ostream& os) const {
+    os << ',' << fault.additional_information;
+}

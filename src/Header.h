@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// The ordered list of a record type's CSV column names, without the datestamp column.
+///
+/// Records are held by the million and each caches its header once asked for it, so copies share
+/// one list of names: copying a Header, or adding a whole Header to an empty one, copies a pointer.
+/// The list is copied only when a Header that shares it is changed.
+class Header {
+public:
+    using ColumnNames = std::vector<std::string>;
+
+    /// An empty list.
+    Header() = default;
+
+    /// The given names, in their order.
+    Header(std::initializer_list<const char*> names);
+
+    /// Appends one name; duplicates are kept.
+    void addName(const std::string& name);
+
+    /// Appends all names of the other header, in its order. Adding a header to itself doubles it.
+    void addAll(const Header& other);
+
+    size_t size() const;
+    bool empty() const;
+
+    /// Writes the names separated by commas: nothing before the first, nothing after the last, no
+    /// line end. An empty list writes nothing.
+    void write(std::ostream& os) const;
+
+    /// Writes one name as it is.
+    void writeColumnName(std::ostream& os, const std::string& name) const;
+
+private:
+    /// The list, made sure to be this header's own.
+    ColumnNames& ownColumnNames();
+
+    std::shared_ptr<ColumnNames> columnNames; // null while the list is empty
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// True when the path exists and its file mode has the directory bit 0x4000 set. No other type bit
+/// is looked at, so a socket or a block device, whose modes share that bit, counts as a directory.
+bool isDirectory(const std::string& path);
+
+/// True when the file name ends in ".LOG", in exactly this case; ".LOG" itself is such a name.
+bool isLogFile(const std::string& filename);
+
+/// The paths of the entries directly inside the directory whose names end in ".LOG", whatever their
+/// type, each as the directory path, "/" and the entry name. The directory path is used as it
+/// stands. The order is the file system's own and is not sorted: the conversion order depends on
+/// it. Empty when there is no such entry or the directory can't be opened.
+std::vector<std::string> allLogFilesIn(const std::string& path);

@@ -1,0 +1,84 @@
+#include "ConvertFile.h"
+#include "DataFile.h"
+#include "Options.h"
+#include "fileUtilities.h"
+
+#include <iostream>
+#include <iterator>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using DataFilePtr = std::shared_ptr<DataFile>;
+
+/// Puts a file into the conversion order: between the first two neighbours of which the earlier
+/// ends at or after the file's start and the file ends at or after the later one's start, or else
+/// at the end.
+///
+/// This is no sort: nothing is ever put in front of the first file, and files that don't overlap
+/// keep the order of the directory. Outputs of different years can only be compared while it stays
+/// so.
+void insertInOrder(std::list<DataFilePtr>& sorted, const DataFilePtr& each) {
+    for (auto a = sorted.begin(); a != sorted.end(); ++a) {
+        const auto b = std::next(a);
+        if (b != sorted.end() && (*a)->back()->datestamp >= each->front()->datestamp &&
+            each->back()->datestamp >= (*b)->front()->datestamp) {
+            sorted.insert(b, each);
+            return;
+        }
+    }
+    sorted.push_back(each);
+}
+
+/// The files in the order in which they are converted. A file that could not be opened has no
+/// records to compare: such files follow all others, which are ordered as if they were not there.
+std::list<DataFilePtr> conversionOrder(const std::vector<DataFilePtr>& dataFiles) {
+    std::list<DataFilePtr> sorted;
+    std::list<DataFilePtr> unopened;
+    for (const DataFilePtr& each : dataFiles) {
+        std::cout << "Sorting " << each->name() << std::endl;
+        if (each->empty()) {
+            unopened.push_back(each);
+        } else {
+            insertInOrder(sorted, each);
+        }
+    }
+    sorted.splice(sorted.end(), unopened);
+    return sorted;
+}
+
+int convertDirectory(const std::string& path) {
+    const std::vector<std::string> logFiles = allLogFilesIn(path);
+    if (logFiles.empty()) {
+        return 1;
+    }
+    // All files are read before the first is converted: their order depends on their contents.
+    std::vector<DataFilePtr> dataFiles;
+    for (const std::string& logFile : logFiles) {
+        dataFiles.push_back(std::make_shared<DataFile>(logFile));
+    }
+    for (const DataFilePtr& each : conversionOrder(dataFiles)) {
+        ConvertFile converter(*each);
+        ConvertFile::aggregate(path);
+        converter.convert();
+    }
+    return 0;
+}
+
+int convertSingleFile(const std::string& path) {
+    const DataFile dataFile(path);
+    ConvertFile converter(dataFile);
+    return converter.convert();
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    Options options;
+    options.parseArguments(argumentCount, const_cast<const char**>(arguments));
+    const std::string path = options.path();
+    return isDirectory(path) ? convertDirectory(path) : convertSingleFile(path);
+}

@@ -1,0 +1,126 @@
+#include "ProgramRun.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+std::string bytesOf(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) {
+        ADD_FAILURE() << "can't read " << path;
+        return {};
+    }
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// In the child: makes the descriptor refer to the file, or ends the process.
+void redirect(int descriptor, const std::filesystem::path& file, int flags) {
+    const int opened = open(file.c_str(), flags, 0600);
+    if (opened < 0 || dup2(opened, descriptor) < 0) {
+        _exit(126);
+    }
+    close(opened);
+}
+
+} // namespace
+
+TemporaryDirectory::TemporaryDirectory() {
+    std::string name = std::filesystem::temp_directory_path() / "convertquorvlogs-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("can't make a temporary directory");
+    }
+    directory = name;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(directory, ignored);
+}
+
+void TemporaryDirectory::write(const std::string& name, std::string_view bytes) const {
+    const std::filesystem::path file = directory / name;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+std::string TemporaryDirectory::read(const std::string& name) const {
+    return bytesOf(directory / name);
+}
+
+bool TemporaryDirectory::exists(const std::string& name) const {
+    return std::filesystem::exists(directory / name);
+}
+
+std::map<std::string, std::string> TemporaryDirectory::files() const {
+    std::map<std::string, std::string> result;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        if (entry.is_regular_file()) {
+            result[entry.path().lexically_relative(directory)] = bytesOf(entry.path());
+        }
+    }
+    return result;
+}
+
+ProgramResult runProgram(const std::vector<std::string>& command,
+                         const std::filesystem::path& workingDirectory) {
+    const TemporaryDirectory streams; // files, so that a long output can't block the program
+    const std::filesystem::path out = streams.path() / "out";
+    const std::filesystem::path err = streams.path() / "err";
+    std::vector<char*> arguments;
+    for (const std::string& argument : command) {
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+
+    const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error("can't fork");
+    }
+    if (child == 0) {
+        redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
+        redirect(STDOUT_FILENO, out, O_WRONLY | O_CREAT | O_TRUNC);
+        redirect(STDERR_FILENO, err, O_WRONLY | O_CREAT | O_TRUNC);
+        if (chdir(workingDirectory.c_str()) == 0) {
+            execvp(arguments[0], arguments.data());
+        }
+        _exit(127);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    ProgramResult result;
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.out = bytesOf(out);
+    result.err = bytesOf(err);
+    return result;
+}
+
+ProgramResult runTool(const std::vector<std::string>& arguments,
+                      const std::filesystem::path& workingDirectory) {
+    std::vector<std::string> command = {toolPath()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return runProgram(command, workingDirectory);
+}
+
+std::string toolPath() {
+    return TOOL_PATH;
+}
+
+std::vector<std::string> linesOf(std::string_view text) {
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        lines.emplace_back(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return lines;
+}
