@@ -109,8 +109,8 @@ ConvertFile::ConvertFile(const DataFile& file)
 
 int ConvertFile::convert() {
     std::ofstream detailStream;
-    DataRecord::Type headerType =
-        DataRecord::garble; // so a first record of this type has no header
+    // A file whose first record has this type gets no header line before it.
+    DataRecord::Type headerType = DataRecord::garble;
     std::cout << "Converting: " << dataFile.name() << std::endl;
     for (const std::shared_ptr<DataRecord>& record : dataFile) {
         if (!insideDateRange(record)) {
@@ -118,48 +118,50 @@ int ConvertFile::convert() {
         }
         const DataRecord::Type type = record->recordType();
         if (type != headerType) {
-            if (detailEnabled && !detailStream.is_open()) {
-                detailStream.open(detailFilename, std::ios::out | std::ios::trunc);
-            }
-            record->writeCSVHeader(detailStream);
-            if (detailEnabled && !globalDetailStream.is_open()) {
-                globalDetailStream.open(globalDetailFilename, std::ios::out | std::ios::trunc);
-            }
-            record->writeCSVHeader(globalDetailStream);
+            writeDetailHeader(*record, detailStream);
             headerType = type;
         }
-        // The global file first: a record that reads its fields while it is written gives them to
-        // the first stream only.
-        record->writeCSVTimestampedData(globalDetailStream);
-        record->writeCSVTimestampedData(detailStream);
-
         switch (type) {
         case DataRecord::staticInfoRecordId:
         case DataRecord::staticInfoWithAddressRecordId:
+            writeDetail(*record, detailStream);
             wide.updateStaticInfo(dynamic_cast<const StaticInfoDataRecord&>(*record));
             break;
         case DataRecord::dynamicInfoRecordId:
-        case DataRecord::dynamicInfoWithAddressRecordId:
-            record->writeCSVTimestampedData(globalDynamicInfoStream);
-            wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record));
+        case DataRecord::dynamicInfoWithAddressRecordId: {
+            auto& dynamicInfo = dynamic_cast<DynamicInfoDataRecord&>(*record);
+            const bool wanted = detailEnabled || dynamicInfoEnabled || wideEnabled;
+            const FieldText fields = wanted ? dynamicInfo.fields() : FieldText();
+            writeDetail(*record, fields.text(), detailStream);
+            record->writeCSVTimestampedData(globalDynamicInfoStream, fields.text());
+            wide.updateDynamicInfo(dynamicInfo, fields.text());
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
+        }
         case DataRecord::faultRecordId:
+            writeDetail(*record, detailStream);
             wide.updateFault(dynamic_cast<const FaultDataRecord&>(*record));
             break;
         case DataRecord::messageRecordId:
+            writeDetail(*record, detailStream);
             wide.updateMessage(dynamic_cast<const MessageDataRecord&>(*record));
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
         case DataRecord::bmcFirmwareVersionRecordId:
+            writeDetail(*record, detailStream);
             wide.updateBMCFWVersion(dynamic_cast<const BMCFirmwareVersionDataRecord&>(*record));
             break;
         case DataRecord::advancedSocRecordId:
-        case DataRecord::advancedSocWithAddressRecordId:
-            record->writeCSVTimestampedData(globalSocStream);
-            wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record));
+        case DataRecord::advancedSocWithAddressRecordId: {
+            auto& soc = dynamic_cast<AdvancedSOCDataRecord&>(*record);
+            const FieldText fields = soc.fields();
+            writeDetail(*record, fields.text(), detailStream);
+            record->writeCSVTimestampedData(globalSocStream, fields.text());
+            wide.updateSOC(soc, fields.text());
             break;
+        }
         case DataRecord::powerModeRecordId:
+            writeDetail(*record, detailStream);
             wide.updatePowerMode(dynamic_cast<const PowerModeDataRecord&>(*record));
             break;
         case DataRecord::garble:
@@ -168,10 +170,34 @@ int ConvertFile::convert() {
         case DataRecord::warrantyRecordId:
         case DataRecord::ambientTemperatureRecordId:
         case DataRecord::relativeHumidityRecordId:
-            break; // these have a row in the detail outputs only, and so have unknown types
+        default: // unknown types, like these, have a row in the detail outputs only
+            writeDetail(*record, detailStream);
+            break;
         }
     }
     return 0;
+}
+
+void ConvertFile::writeDetailHeader(DataRecord& record, std::ofstream& detailStream) {
+    if (detailEnabled && !detailStream.is_open()) {
+        detailStream.open(detailFilename, std::ios::out | std::ios::trunc);
+    }
+    record.writeCSVHeader(detailStream);
+    if (detailEnabled && !globalDetailStream.is_open()) {
+        globalDetailStream.open(globalDetailFilename, std::ios::out | std::ios::trunc);
+    }
+    record.writeCSVHeader(globalDetailStream);
+}
+
+void ConvertFile::writeDetail(DataRecord& record, std::ofstream& detailStream) {
+    record.writeCSVTimestampedData(globalDetailStream);
+    record.writeCSVTimestampedData(detailStream);
+}
+
+void ConvertFile::writeDetail(DataRecord& record, std::string_view fields,
+                              std::ofstream& detailStream) {
+    record.writeCSVTimestampedData(globalDetailStream, fields);
+    record.writeCSVTimestampedData(detailStream, fields);
 }
 
 void ConvertFile::writeCSVWide(std::ofstream& ws, const std::string& filename) {
@@ -179,7 +205,7 @@ void ConvertFile::writeCSVWide(std::ofstream& ws, const std::string& filename) {
         ws.open(filename, std::ios::out | std::ios::trunc);
         wide.writeCSVHeader(ws);
     }
-    if (!wide.datestamp.empty()) {
-        wide.writeCSVTimestampedData(ws);
+    if (!wide.datestamp.empty() && !ws.fail()) {
+        wide.writeCSVTimestampedData(ws, wide.fields());
     }
 }

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 /// The conversion of one log file into CSV text, and the choices and outputs that all conversions
 /// of a run share: which outputs are wanted, the date range and the four files that collect the
@@ -68,6 +69,18 @@ public:
     void writeCSVWide(std::ofstream& ws, const std::string& filename);
 
 private:
+    /// Writes the record's header line to the detail outputs, which it opens if they are wanted and
+    /// not open.
+    void writeDetailHeader(DataRecord& record, std::ofstream& detailStream);
+
+    /// Writes the record's row to the detail outputs, the global one first: a record that reads its
+    /// fields while it is written gives them to the first only.
+    static void writeDetail(DataRecord& record, std::ofstream& detailStream);
+
+    /// The same with fields that were put into text once for all outputs.
+    static void writeDetail(DataRecord& record, std::string_view fields,
+                            std::ofstream& detailStream);
+
     // These live from program start to process exit, which closes the streams.
     static std::string globalDynamicInfoFilename;
     static std::string globalSocFilename;

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
 #include <iomanip>
 #include <istream>
 #include <ostream>
 #include <sstream>
 #include <type_traits>
+#include <vector>
 
 Synopsis synopsis;
 
@@ -27,6 +31,127 @@ void Datestamp::append(std::string_view part) {
 
 std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp) {
     return os << std::string_view(datestamp);
+}
+
+// =================================================================================================
+// RecordBytes
+// =================================================================================================
+
+RecordBytes& RecordBytes::operator=(const RecordBytes& other) {
+    if (this != &other) {
+        assign(other.begin(), other.end());
+    }
+    return *this;
+}
+
+// =================================================================================================
+// FieldText
+// =================================================================================================
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "text is put together in registers");
+
+/// Writes the number, below 100, as two digits.
+char* writeTwoDigits(char* to, unsigned number) {
+    to[0] = static_cast<char>('0' + number / 10);
+    to[1] = static_cast<char>('0' + number % 10);
+    return to + 2;
+}
+
+/// The decimal digits of a number below 10^6, each in a byte of its own, the first one lowest.
+uint64_t sixDigits(uint64_t number) {
+    const uint64_t pairs =
+        number / 10000 | (number / 100 % 100) << 16 | (number % 100) << 32; // each below 100
+    const uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F; // x * 103 / 1024 is x / 10
+    return tens | (pairs - tens * 10) << 8;
+}
+
+/// Writes the float with up to 6 significant digits in fixed notation, if that is the default
+/// notation of its value; otherwise writes nothing and returns null. May touch 14 characters,
+/// whatever the length of the text.
+///
+/// A float times a power of ten up to 10^9 is exact in double precision: 24 bits of the float and
+/// 21 of the power, whose other factor is a power of two. So the rounding to an integer of 6 digits
+/// is the only one, as it is in the standard's conversion: to the nearest, from the middle to the
+/// even one.
+char* writeFixed(char* to, float value) {
+    constexpr int smallestExponent = -4;
+    static constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
+    static constexpr double scales[] = {1e9, 1e8, 1e7, 1e6, 1e5, 1e4, 1e3, 1e2, 1e1, 1e0};
+
+    const double magnitude = std::fabs(double{value});
+    if (!(magnitude >= 1e-4 && magnitude < 999999.5)) {
+        return nullptr;
+    }
+    // The decimal exponent is the binary one times log10(2), rounded down, or one more.
+    const int binaryExponent = static_cast<int>(std::bit_cast<uint32_t>(value) >> 23 & 0xFF) - 127;
+    int exponent = (binaryExponent * 1233) >> 12;
+    exponent += magnitude >= powers[exponent + 1 - smallestExponent] ? 1 : 0;
+
+    const double scaled = magnitude * scales[exponent - smallestExponent];
+    auto number = static_cast<unsigned>(scaled);
+    const double rest = scaled - number;
+    const bool up = (rest > 0.5) | ((rest == 0.5) & (number % 2 == 1)); // without a branch
+    number += up ? 1 : 0;
+    if (number == 1000000) { // rounded up to the next power of ten
+        number = 100000;
+        ++exponent;
+    }
+    const uint64_t digits = sixDigits(number);
+    const int count = 8 - std::countl_zero(digits) / 8; // without the zeros at the end
+    const uint64_t text = digits | 0x3030303030303030;
+
+    *to = '-';
+    to += std::signbit(value) ? 1 : 0;
+    if (exponent < 0) {
+        std::memcpy(to, "0.000", 5);
+        to += 1 - exponent;
+        std::memcpy(to, &text, sizeof text);
+        return to + count;
+    }
+    const int whole = exponent + 1; // digits before the point
+    std::memcpy(to, &text, sizeof text);
+    if (count <= whole) {
+        return to + whole;
+    }
+    to[whole] = '.';
+    const uint64_t fraction = text >> (8 * whole);
+    std::memcpy(to + whole + 1, &fraction, sizeof fraction);
+    return to + count + 1;
+}
+
+} // namespace
+
+void FieldText::add(bool value) {
+    add(value ? 1U : 0U);
+}
+
+void FieldText::add(float value) {
+    buffer[length++] = ',';
+    char* const begin = buffer.data() + length;
+    char* end = writeFixed(begin, value);
+    if (end == nullptr) {
+        end = std::to_chars(begin, buffer.end(), value, std::chars_format::general, 6).ptr;
+    }
+    length = static_cast<size_t>(end - buffer.data());
+}
+
+void FieldText::add(int value) {
+    buffer[length++] = ',';
+    char* const end = std::to_chars(buffer.data() + length, buffer.end(), value).ptr;
+    length = static_cast<size_t>(end - buffer.data());
+}
+
+void FieldText::add(unsigned int value) {
+    buffer[length++] = ',';
+    char* const end = std::to_chars(buffer.data() + length, buffer.end(), value).ptr;
+    length = static_cast<size_t>(end - buffer.data());
+}
+
+void FieldText::addEmpty(size_t count) {
+    std::fill_n(buffer.data() + length, count, ',');
+    length += count;
 }
 
 // =================================================================================================
@@ -52,19 +177,21 @@ constexpr uint8_t etx = 0x03;
 /// last record like any other: the outputs have always been so. A failing read ends the stream in
 /// the same way, since a loop that waits for end of file would otherwise never end; it also marks
 /// the stream bad.
-uint8_t readByte(std::istream& stream) {
-    using Traits = std::istream::traits_type;
+///
+/// Taken from the stream's buffer: the stream's own read operations cost more for each byte than
+/// all that is done with it.
+inline uint8_t readByte(std::istream& stream, std::streambuf& buffer) {
+    using Traits = std::streambuf::traits_type;
     Traits::int_type byte = Traits::eof();
     try {
-        byte = stream.rdbuf()->sbumpc();
+        byte = buffer.sbumpc();
     } catch (const std::ios_base::failure&) {
         stream.setstate(std::ios::badbit);
     }
     if (Traits::eq_int_type(byte, Traits::eof())) {
         stream.setstate(std::ios::eofbit);
-        return 0xFF;
     }
-    return static_cast<uint8_t>(byte);
+    return static_cast<uint8_t>(byte); // end of file is -1
 }
 
 template <typename Record>
@@ -115,16 +242,17 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
     if (stream.eof()) {
         return nullptr;
     }
-    Bytes data;
+    std::streambuf& buffer = *stream.rdbuf();
+    std::vector<uint8_t> data;
     data.reserve(64); // most records fit
     bool hasReadEtx = false;
     while (!hasReadEtx && !stream.eof()) {
-        const uint8_t byte = readByte(stream);
+        const uint8_t byte = readByte(stream, buffer);
         if (byte != dle) {
             data.push_back(byte);
             continue;
         }
-        const uint8_t code = readByte(stream);
+        const uint8_t code = readByte(stream, buffer);
         if (code == dle) {
             data.push_back(dle);
         } else if (code == etx) {
@@ -132,7 +260,7 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
         }
     }
     std::shared_ptr<DataRecord> result = factory(data.empty() ? garble : Type(data.front()));
-    result->bytes.assign(data.begin(), data.end()); // takes no more memory than the bytes need
+    result->bytes.assign(data.begin(), data.end());
     return result;
 }
 
@@ -230,13 +358,10 @@ std::string_view DataRecord::terminatedText(unsigned short length) {
 
 namespace {
 
-/// Appends the number with leading zeros up to the width.
-void appendNumber(std::string& text, unsigned number, size_t width) {
-    const std::string digits = std::to_string(number);
-    if (digits.size() < width) {
-        text.append(width - digits.size(), '0');
-    }
-    text += digits;
+/// Writes the number with at least two digits.
+char* writePadded(char* to, uint32_t number) {
+    return number < 100 ? writeTwoDigits(to, number)
+                        : std::to_chars(to, to + Datestamp::maximumLength, number).ptr;
 }
 
 } // namespace
@@ -248,7 +373,12 @@ std::string DataRecord::interpretDate() {
     // too. So the first day of each year after 1984 stays in the year before and comes out as its
     // month 13, which still sorts between 31 December and 2 January. The outputs have always been
     // so.
+    constexpr unsigned short daysPerFourYears = 366 + 3 * 365;
     unsigned short year = 1984;
+    while (days > daysPerFourYears) { // the next four years are all passed
+        days = static_cast<unsigned short>(days - daysPerFourYears);
+        year = static_cast<unsigned short>(year + 4);
+    }
     while (days > daysPerYear(year)) {
         days = static_cast<unsigned short>(days - daysPerYear(year));
         ++year;
@@ -258,13 +388,13 @@ std::string DataRecord::interpretDate() {
         days = static_cast<unsigned short>(days - daysPerMonth(month, year));
         ++month;
     }
-    std::string text;
-    appendNumber(text, year, 0);
-    text += '-';
-    appendNumber(text, month, 2);
-    text += '-';
-    appendNumber(text, days + 1U, 2);
-    return text;
+    char text[Datestamp::maximumLength];
+    char* end = writePadded(text, year);
+    *end++ = '-';
+    end = writePadded(end, month);
+    *end++ = '-';
+    end = writePadded(end, days + 1U);
+    return {text, end};
 }
 
 std::string DataRecord::interpretTime() {
@@ -276,16 +406,16 @@ std::string DataRecord::interpretTime() {
     seconds %= 60;
     const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
     minutes %= 60;
-    std::string text;
-    appendNumber(text, hours, 2);
-    text += ':';
-    appendNumber(text, minutes, 2);
-    text += ':';
-    appendNumber(text, seconds, 2);
-    text += '.';
-    appendNumber(text, milliseconds, 0);
+    char text[Datestamp::maximumLength];
+    char* end = writePadded(text, hours);
+    *end++ = ':';
+    end = writePadded(end, minutes);
+    *end++ = ':';
+    end = writePadded(end, seconds);
+    *end++ = '.';
+    end = std::to_chars(end, std::end(text), milliseconds).ptr;
     moveTo(payloadOffset);
-    return text;
+    return {text, end};
 }
 
 unsigned short DataRecord::daysPerYear(unsigned short year) {
@@ -353,6 +483,18 @@ void DataRecord::writeCSVTimestampedData(std::ostream& os) {
     }
 }
 
+void DataRecord::writeCSVTimestampedData(std::ostream& os, std::string_view fields) {
+    if (os.fail()) {
+        return;
+    }
+    const std::string_view stamp = datestamp;
+    std::string line;
+    line.reserve(stamp.size() + fields.size() + 1);
+    line.append(stamp).append(fields).push_back('\n');
+    os << std::dec;
+    os.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+}
+
 void DataRecord::writeCSVTimestamp(std::ostream& os) {
     if (!os.fail()) {
         writeDatestamp(os);
@@ -382,7 +524,9 @@ void DataRecord::writeCSVHeaderText(Type type, std::ostream& os) {
 
 template <typename T>
 void DataRecord::writeScalar(T value, std::ostream& os) {
-    os << ',' << value;
+    FieldText field;
+    field.add(value);
+    os << field.text();
 }
 
 template void DataRecord::writeScalar<bool>(bool value, std::ostream& os);
@@ -415,10 +559,6 @@ uint8_t DataRecord::writeUint8(std::ostream& os) {
 
 void DataRecord::writeString(std::ostream& os, unsigned short length) {
     os << ',' << terminatedText(length);
-}
-
-void DataRecord::writeEmptyFields(std::ostream& os) {
-    os << std::string(header().size(), ',');
 }
 
 // =================================================================================================
@@ -600,25 +740,31 @@ void DynamicInfoDataRecord::interpretPayload() {
 }
 
 void DynamicInfoDataRecord::writeBasicCSV(std::ostream& os) {
+    os << fields().text();
+}
+
+FieldText DynamicInfoDataRecord::fields() {
+    FieldText row;
     if (!interpreted) {
-        writeEmptyFields(os);
-        return;
+        row.addEmpty(header().size());
+        return row;
     }
-    writeScalar<unsigned short>(moduleAddress, os);
-    writeScalar<float>(packVoltage, os);
-    writeScalar<float>(current, os);
-    writeScalar<unsigned short>(soc, os);
-    writeScalar<unsigned short>(dsoc, os);
+    row.add(moduleAddress);
+    row.add(packVoltage);
+    row.add(current);
+    row.add(soc);
+    row.add(dsoc);
     for (const float voltage : cellVoltage) {
-        writeScalar<float>(voltage, os);
+        row.add(voltage);
     }
     const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
-    writeScalar<float>(*highest - *lowest, os);
+    row.add(*highest - *lowest);
     for (const float temperature : cellTemperature) {
-        writeScalar<float>(temperature, os);
+        row.add(temperature);
     }
-    writeScalar<bool>(heat, os);
-    writeScalar<bool>(balance, os);
+    row.add(heat);
+    row.add(balance);
+    return row;
 }
 
 uint8_t DynamicInfoDataRecord::moduleId() const {
@@ -958,15 +1104,21 @@ void AdvancedSOCDataRecord::interpretPayload() {
 }
 
 void AdvancedSOCDataRecord::writeBasicCSV(std::ostream& os) {
+    os << fields().text();
+}
+
+FieldText AdvancedSOCDataRecord::fields() {
+    FieldText row;
     if (!interpreted) {
-        writeEmptyFields(os);
-        return;
+        row.addEmpty(header().size());
+        return row;
     }
-    writeScalar<unsigned short>(moduleAddress, os);
-    writeScalar<unsigned int>(chargeMAH, os);
-    writeScalar<unsigned int>(dischargeMAH, os);
-    writeScalar<float>(soh, os); // under the heading "dsoc"
-    writeScalar<float>(soc, os); // under the heading "soh"
+    row.add(moduleAddress);
+    row.add(chargeMAH);
+    row.add(dischargeMAH);
+    row.add(soh); // under the heading "dsoc"
+    row.add(soc); // under the heading "soh"
+    return row;
 }
 
 uint8_t AdvancedSOCDataRecord::moduleId() const {
@@ -1197,30 +1349,37 @@ void WideDataRecord::updateStaticInfo(const StaticInfoDataRecord& record) {
     std::string version;
     if (text >> version) {
         bmuFWVersion = version;
+        otherText.clear();
     }
 }
 
-void WideDataRecord::updateDynamicInfo(const DynamicInfoDataRecord& record) {
+void WideDataRecord::updateDynamicInfo(const DynamicInfoDataRecord& record,
+                                       std::string_view fields) {
     dynamicInfo[record.moduleId()] = record;
+    dynamicInfoText[record.moduleId()] = fields;
     datestamp = record.datestamp;
 }
 
-void WideDataRecord::updateSOC(const AdvancedSOCDataRecord& record) {
+void WideDataRecord::updateSOC(const AdvancedSOCDataRecord& record, std::string_view fields) {
     advancedSOC[record.moduleId()] = record;
+    advancedSOCText[record.moduleId()] = fields;
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updatePowerMode(const PowerModeDataRecord& record) {
     powerMode = record;
+    otherText.clear();
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updateFault(const FaultDataRecord& record) {
     faults[static_cast<uint8_t>(record.error_register)] = record;
+    otherText.clear();
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updateMessage(const MessageDataRecord& message) {
+    otherText.clear();
     const std::string state = message.systemState();
     if (!state.empty()) {
         systemState = state;
@@ -1259,16 +1418,45 @@ void WideDataRecord::updateBMCFWVersion(const BMCFirmwareVersionDataRecord& reco
     std::string version;
     if (text >> first >> second >> version) {
         bmcFWVersion = version;
+        otherText.clear();
     }
 }
 
+namespace {
+
+/// The record's fields, from the text that is kept of them or newly put into it.
+template <typename Record>
+const std::string& textOf(Record& record, std::string& kept) {
+    if (kept.empty()) {
+        kept = record.fields().text();
+    }
+    return kept;
+}
+
+} // namespace
+
 void WideDataRecord::writeBasicCSV(std::ostream& os) {
+    os << fields();
+}
+
+std::string_view WideDataRecord::fields() {
+    row.clear();
     for (auto& [module, record] : dynamicInfo) {
-        record.writeBasicCSV(os);
+        row += textOf(record, dynamicInfoText[module]);
     }
     for (auto& [module, record] : advancedSOC) {
-        record.writeBasicCSV(os);
+        row += textOf(record, advancedSOCText[module]);
     }
+    if (otherText.empty()) {
+        std::ostringstream text;
+        writeOtherFields(text);
+        otherText = text.str();
+    }
+    row += otherText;
+    return row;
+}
+
+void WideDataRecord::writeOtherFields(std::ostream& os) {
     powerMode.writeBasicCSV(os);
     for (const uint8_t category : std::initializer_list<uint8_t>{1, 2, 4, 8, 16, 128}) {
         writeFault(faults[category], os); // a category that was never reported has no faults

@@ -3,6 +3,7 @@
 #include "Header.h"
 #include "Synopsis.h"
 
+#include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
@@ -13,7 +14,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// The process-wide synopsis that decoding and writing report to. It creates "synopsis.csv" before
 /// main runs and finishes it at process exit.
@@ -58,6 +58,67 @@ private:
 };
 
 std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp);
+
+/// A record's bytes: a growable array that holds the usual record within itself and takes a heap
+/// block for a longer one only, since a heap block for each of a million records costs more than
+/// its bytes.
+class RecordBytes {
+public:
+    RecordBytes() = default;
+    RecordBytes(const RecordBytes& other) { assign(other.begin(), other.end()); }
+    RecordBytes& operator=(const RecordBytes& other);
+
+    /// Takes a copy of the given bytes, which must not be its own.
+    template <typename Iterator>
+    void assign(Iterator first, Iterator last) {
+        length = static_cast<size_t>(last - first);
+        block =
+            length > within.size() ? std::make_unique_for_overwrite<uint8_t[]>(length) : nullptr;
+        std::copy(first, last, block ? block.get() : within.data());
+    }
+
+    size_t size() const { return length; }
+    bool empty() const { return length == 0; }
+    const uint8_t* begin() const { return block ? block.get() : within.data(); }
+    const uint8_t* end() const { return begin() + length; }
+    uint8_t operator[](size_t index) const { return begin()[index]; }
+    uint8_t front() const { return *begin(); }
+
+private:
+    size_t length = 0;
+    std::unique_ptr<uint8_t[]> block; // only if the bytes don't fit into the array
+    std::array<uint8_t, 40> within; // enough for the frequent records, the longest of which has 38
+};
+
+/// A few CSV fields, each preceded by ",", put together in a small buffer and then written in one
+/// go: a stream insertion for each number costs more than the number's text.
+///
+/// Integers are in decimal. A float has the text that the standard's default notation with 6
+/// significant digits gives it, such as "3.14159" and "2.5e+06".
+class FieldText {
+public:
+    /// How many fields there is room for.
+    static constexpr size_t maximumFields = 20;
+
+    void add(bool value);
+    void add(float value);
+    void add(int value);
+    void add(unsigned int value);
+    void add(short value) { add(int{value}); }
+    void add(unsigned short value) { add(unsigned{value}); }
+
+    /// Adds fields without a value.
+    void addEmpty(size_t count);
+
+    /// The fields so far; valid until the next is added.
+    std::string_view text() const { return {buffer.data(), length}; }
+
+private:
+    static constexpr size_t maximumLength = 17; // of a field, and what writing it may touch
+
+    std::array<char, maximumFields * maximumLength> buffer;
+    size_t length = 0;
+};
 
 // =================================================================================================
 // DataRecord: what all records share
@@ -113,7 +174,7 @@ public:
         December = 12
     };
 
-    using Bytes = std::vector<uint8_t>;
+    using Bytes = RecordBytes;
 
     /// A row of the list of record types.
     struct TypeEntry {
@@ -195,6 +256,10 @@ public:
     /// The whole data line, with integers in decimal whatever the stream was set to.
     void writeCSVTimestampedData(std::ostream& os);
 
+    /// The same for a record whose row is written to several streams, with its data fields as
+    /// writeBasicCSV() writes them. Not for records whose row is more than text: see the classes.
+    void writeCSVTimestampedData(std::ostream& os, std::string_view fields);
+
     /// The datestamp, with no separator.
     void writeCSVTimestamp(std::ostream& os);
 
@@ -249,9 +314,6 @@ protected:
 
     /// Writes the text at position up to its zero byte; moves position by length.
     void writeString(std::ostream& os, unsigned short length);
-
-    /// As many commas as the record has columns: the row of a record that was never interpreted.
-    void writeEmptyFields(std::ostream& os);
 
     Header h;            // filled by header()
     Bytes bytes;         // unstuffed, the type code at offset 0
@@ -322,6 +384,10 @@ public:
     void interpretPayload() override;
 
     void writeBasicCSV(std::ostream& os) override;
+
+    /// The fields that writeBasicCSV() writes.
+    FieldText fields();
+
     virtual uint8_t moduleId() const;
 
     uint16_t moduleAddress = 1;
@@ -458,6 +524,10 @@ public:
     /// The column headed "dsoc" holds the state of health and the one headed "soh" the state of
     /// charge: the pairing is part of the output format.
     void writeBasicCSV(std::ostream& os) override;
+
+    /// The fields that writeBasicCSV() writes.
+    FieldText fields();
+
     virtual uint8_t moduleId() const;
 
     uint16_t moduleAddress = 1;
@@ -586,13 +656,19 @@ public:
     void initializeHeader(Header& names) override;
     void writeBasicCSV(std::ostream& os) override;
 
+    /// The fields that writeBasicCSV() writes; valid until the next call.
+    std::string_view fields();
+
     // Each takes over what the record says; all but the static info, the firmware version and a
     // message without a state also take over the record's datestamp.
 
     /// Takes the first word of the firmware version, if there is one, whatever the module.
     void updateStaticInfo(const StaticInfoDataRecord& record);
-    void updateDynamicInfo(const DynamicInfoDataRecord& record);
-    void updateSOC(const AdvancedSOCDataRecord& record);
+
+    // These two take the record's fields too, if the caller has them already.
+    void updateDynamicInfo(const DynamicInfoDataRecord& record, std::string_view fields = {});
+    void updateSOC(const AdvancedSOCDataRecord& record, std::string_view fields = {});
+
     void updatePowerMode(const PowerModeDataRecord& record);
     void updateFault(const FaultDataRecord& record);
 
@@ -624,4 +700,13 @@ private:
     TriState interlock = TriState::Indeterminate;
     std::string bmcFWVersion;
     std::string bmuFWVersion;
+
+    // A row repeats most of the row before. These keep the parts of a row that did not change since
+    // they were last written; one that did is empty until it is written again.
+    std::map<uint8_t, std::string> dynamicInfoText; // by module
+    std::map<uint8_t, std::string> advancedSOCText; // by module
+    std::string otherText;                          // from the power mode on
+    std::string row;                                // what fields() refers to
+
+    void writeOtherFields(std::ostream& os);
 };
