@@ -1,0 +1,174 @@
+#include "fileUtilities.h"
+#include "ProgramRun.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+/// A node of a type that has no data, such as a socket.
+void makeNode(const fs::path& path, mode_t type) {
+    ASSERT_EQ(mknod(path.c_str(), type | 0600, 0), 0) << path;
+}
+
+TEST(isDirectory, isTrueForADirectoryAndForALinkToOne) {
+    const TemporaryDirectory directory;
+    fs::create_directory(directory.path() / "logs");
+    fs::create_symlink("logs", directory.path() / "link");
+    EXPECT_TRUE(isDirectory(directory.path()));
+    EXPECT_TRUE(isDirectory(directory.path() / "logs"));
+    EXPECT_TRUE(isDirectory(directory.path() / "logs/"));
+    EXPECT_TRUE(isDirectory(directory.path() / "link"));
+}
+
+TEST(isDirectory, isFalseForARegularFile) {
+    const TemporaryDirectory directory;
+    directory.write("A.LOG", "");
+    EXPECT_FALSE(isDirectory(directory.path() / "A.LOG"));
+}
+
+TEST(isDirectory, isFalseForAPathThatCannotBeExamined) {
+    const TemporaryDirectory directory;
+    directory.write("A.LOG", "");
+    fs::create_symlink("missing", directory.path() / "dangling");
+    EXPECT_FALSE(isDirectory(""));
+    EXPECT_FALSE(isDirectory(directory.path() / "missing"));
+    EXPECT_FALSE(isDirectory(directory.path() / "dangling"));
+    EXPECT_FALSE(isDirectory(directory.path() / "A.LOG/below"));
+}
+
+// The modes of a directory, a block device and a socket share the bit 0x4000, those of a FIFO and a
+// character device lack it.
+TEST(isDirectory, looksAtTheDirectoryBitAlone) {
+    const TemporaryDirectory directory;
+    makeNode(directory.path() / "socket", S_IFSOCK);
+    makeNode(directory.path() / "fifo", S_IFIFO);
+    EXPECT_TRUE(isDirectory(directory.path() / "socket"));
+    EXPECT_FALSE(isDirectory(directory.path() / "fifo"));
+    EXPECT_FALSE(isDirectory("/dev/null"));
+}
+
+TEST(isLogFile, isTrueForNamesThatEndInLOG) {
+    EXPECT_TRUE(isLogFile("x.LOG"));
+    EXPECT_TRUE(isLogFile("logs/x.LOG"));
+    EXPECT_TRUE(isLogFile("x.log.LOG"));
+    EXPECT_TRUE(isLogFile("x..LOG"));
+    EXPECT_TRUE(isLogFile(" .LOG"));
+}
+
+TEST(isLogFile, isTrueForTheBareEnding) {
+    EXPECT_TRUE(isLogFile(".LOG"));
+}
+
+TEST(isLogFile, isFalseForNamesOfThreeCharactersOrFewer) {
+    EXPECT_FALSE(isLogFile(""));
+    EXPECT_FALSE(isLogFile("G"));
+    EXPECT_FALSE(isLogFile("OG"));
+    EXPECT_FALSE(isLogFile("LOG"));
+    EXPECT_FALSE(isLogFile(".LO"));
+}
+
+TEST(isLogFile, isFalseForTheEndingInLowerOrMixedCase) {
+    EXPECT_FALSE(isLogFile("x.log"));
+    EXPECT_FALSE(isLogFile("x.Log"));
+    EXPECT_FALSE(isLogFile("x.LOg"));
+    EXPECT_FALSE(isLogFile("x.lOG"));
+}
+
+TEST(isLogFile, isFalseForAnyOtherEnding) {
+    EXPECT_FALSE(isLogFile("x.LOG.detail.csv"));
+    EXPECT_FALSE(isLogFile("x.LOG "));
+    EXPECT_FALSE(isLogFile("x.LOG~"));
+    EXPECT_FALSE(isLogFile("xLOG"));
+    EXPECT_FALSE(isLogFile("x.LOGS"));
+    EXPECT_FALSE(isLogFile(".LOG."));
+}
+
+TEST(allLogFilesIn, listsTheEntriesWhoseNamesEndInLOG) {
+    const TemporaryDirectory directory;
+    for (const char* name : {"A.LOG", ".LOG", "b.log", "LOG", "A.LOG.detail.csv", "wide.csv"}) {
+        directory.write(name, "");
+    }
+    const std::string path = directory.path();
+    EXPECT_THAT(allLogFilesIn(path), UnorderedElementsAre(path + "/A.LOG", path + "/.LOG"));
+}
+
+TEST(allLogFilesIn, listsEntriesOfEveryType) {
+    const TemporaryDirectory directory;
+    directory.write("file.LOG", "");
+    fs::create_directory(directory.path() / "directory.LOG");
+    fs::create_symlink("missing", directory.path() / "dangling.LOG");
+    makeNode(directory.path() / "socket.LOG", S_IFSOCK);
+    const std::string path = directory.path();
+    EXPECT_THAT(allLogFilesIn(path),
+                UnorderedElementsAre(path + "/file.LOG", path + "/directory.LOG",
+                                     path + "/dangling.LOG", path + "/socket.LOG"));
+}
+
+TEST(allLogFilesIn, joinsThePathAsItStandsToTheNameWithOneSlash) {
+    const TemporaryDirectory directory;
+    directory.write("data/x.LOG", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(directory.path());
+    EXPECT_THAT(allLogFilesIn("data"), ElementsAre("data/x.LOG"));
+    EXPECT_THAT(allLogFilesIn("data/"), ElementsAre("data//x.LOG"));
+    EXPECT_THAT(allLogFilesIn("./data/."), ElementsAre("./data/./x.LOG"));
+    fs::current_path(before);
+}
+
+TEST(allLogFilesIn, doesNotDescendIntoSubdirectories) {
+    const TemporaryDirectory directory;
+    directory.write("below/x.LOG", "");
+    directory.write("below.LOG/y.LOG", "");
+    const std::string path = directory.path();
+    EXPECT_THAT(allLogFilesIn(path), ElementsAre(path + "/below.LOG"));
+}
+
+TEST(allLogFilesIn, isEmptyForADirectoryWithoutLogs) {
+    const TemporaryDirectory directory;
+    EXPECT_THAT(allLogFilesIn(directory.path()), IsEmpty());
+}
+
+TEST(allLogFilesIn, isEmptyForAPathThatIsNoReadableDirectory) {
+    const TemporaryDirectory directory;
+    directory.write("A.LOG", "");
+    makeNode(directory.path() / "socket", S_IFSOCK);
+    EXPECT_THAT(allLogFilesIn(directory.path() / "missing"), IsEmpty());
+    EXPECT_THAT(allLogFilesIn(directory.path() / "A.LOG"), IsEmpty());
+    EXPECT_THAT(allLogFilesIn(directory.path() / "socket"), IsEmpty());
+    EXPECT_THAT(allLogFilesIn(""), IsEmpty());
+}
+
+// Enough names that neither ascending nor descending order comes about by chance.
+TEST(allLogFilesIn, keepsTheOrderOfTheDirectory) {
+    const TemporaryDirectory directory;
+    for (char name = 'A'; name <= 'Z'; ++name) {
+        directory.write(std::string{static_cast<char>('A' + (name - 'A') * 7 % 26)} + ".LOG", "");
+    }
+    std::vector<std::string> listed;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory.path())) {
+        listed.push_back(entry.path());
+    }
+    EXPECT_EQ(listed.size(), 26U);
+    EXPECT_EQ(allLogFilesIn(directory.path()), listed);
+}
+
+TEST(allLogFilesIn, closesTheDirectory) {
+    const TemporaryDirectory directory;
+    const auto openDescriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const auto before = openDescriptors();
+    allLogFilesIn(directory.path());
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+} // namespace
