@@ -5,3 +5,8 @@ if(CONVERTQUORVLOGS_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
+
+# The fuzzing engine's counters in everything that it drives.
+if(CONVERTQUORVLOGS_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
