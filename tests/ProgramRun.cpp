@@ -1,6 +1,7 @@
 #include "ProgramRun.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -63,45 +64,56 @@ bool TemporaryDirectory::exists(const std::string& name) const {
 std::map<std::string, std::string> TemporaryDirectory::files() const {
     std::map<std::string, std::string> result;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        if (entry.is_regular_file()) {
+        std::error_code ignored; // of a link that leads nowhere
+        if (entry.is_regular_file(ignored)) {
             result[entry.path().lexically_relative(directory)] = bytesOf(entry.path());
         }
     }
     return result;
 }
 
-ProgramResult runProgram(const std::vector<std::string>& command,
-                         const std::filesystem::path& workingDirectory) {
-    const TemporaryDirectory streams; // files, so that a long output can't block the program
-    const std::filesystem::path out = streams.path() / "out";
-    const std::filesystem::path err = streams.path() / "err";
+RunningProgram::RunningProgram(const std::vector<std::string>& command,
+                               const std::filesystem::path& workingDirectory) {
     std::vector<char*> arguments;
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
 
-    const pid_t child = fork();
-    if (child < 0) {
+    process = fork();
+    if (process < 0) {
         throw std::runtime_error("can't fork");
     }
-    if (child == 0) {
+    if (process == 0) {
         redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
-        redirect(STDOUT_FILENO, out, O_WRONLY | O_CREAT | O_TRUNC);
-        redirect(STDERR_FILENO, err, O_WRONLY | O_CREAT | O_TRUNC);
+        redirect(STDOUT_FILENO, streams.path() / "out", O_WRONLY | O_CREAT | O_TRUNC);
+        redirect(STDERR_FILENO, streams.path() / "err", O_WRONLY | O_CREAT | O_TRUNC);
+        closefrom(STDERR_FILENO + 1);
         if (chdir(workingDirectory.c_str()) == 0) {
             execvp(arguments[0], arguments.data());
         }
         _exit(127);
     }
+}
+
+void RunningProgram::sendSignal(int number) const {
+    kill(process, number);
+}
+
+ProgramResult RunningProgram::wait() {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
     }
     ProgramResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = bytesOf(out);
-    result.err = bytesOf(err);
+    result.out = streams.read("out");
+    result.err = streams.read("err");
     return result;
+}
+
+ProgramResult runProgram(const std::vector<std::string>& command,
+                         const std::filesystem::path& workingDirectory) {
+    return RunningProgram(command, workingDirectory).wait();
 }
 
 ProgramResult runTool(const std::vector<std::string>& arguments,

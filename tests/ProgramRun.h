@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 /// A new empty directory that is removed with all it holds when the object goes.
@@ -36,6 +37,24 @@ struct ProgramResult {
     int status = 0; // the exit status, or 128 and the number of the signal that ended it
     std::string out;
     std::string err;
+};
+
+/// A program that has been started in the given working directory, with standard input empty and
+/// no other descriptor than the three standard ones. It must be waited for once.
+class RunningProgram {
+public:
+    /// The command's first element is the program's path, or a name that PATH leads to.
+    RunningProgram(const std::vector<std::string>& command,
+                   const std::filesystem::path& workingDirectory);
+
+    void sendSignal(int number) const;
+
+    /// Waits for the program's end.
+    ProgramResult wait();
+
+private:
+    TemporaryDirectory streams; // files, so that a long output can't block the program
+    pid_t process;
 };
 
 /// Runs a program to its end in the given working directory, with standard input empty. The
