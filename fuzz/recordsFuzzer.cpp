@@ -26,7 +26,7 @@
 
 namespace {
 
-using Bytes = DataRecord::Bytes;
+using Bytes = std::vector<uint8_t>;
 
 /// Delivers bytes in pieces of the given size.
 class PiecewiseBuffer : public std::streambuf {
@@ -125,7 +125,8 @@ std::vector<std::string> rowsOf(std::span<const uint8_t> log, size_t pieceSize,
     for (const Frame& frame : frames) {
         const std::shared_ptr<DataRecord> record = DataRecord::factory(stream);
         require(record != nullptr, "there is a record for each frame");
-        require(record->bytes == frame.data, "a record holds the data bytes of its frame");
+        require(std::ranges::equal(record->bytes, frame.data),
+                "a record holds the data bytes of its frame");
         require(buffer.taken() == frame.end, "the stream is left just behind the frame");
         require(record->recordType() == (frame.data.empty() ? 0 : frame.data.front()),
                 "the first data byte is the type code");

@@ -129,12 +129,11 @@ int ConvertFile::convert() {
             break;
         case DataRecord::dynamicInfoRecordId:
         case DataRecord::dynamicInfoWithAddressRecordId: {
-            auto& dynamicInfo = dynamic_cast<DynamicInfoDataRecord&>(*record);
             const bool wanted = detailEnabled || dynamicInfoEnabled || wideEnabled;
-            const FieldText fields = wanted ? dynamicInfo.fields() : FieldText();
-            writeDetail(*record, fields.text(), detailStream);
-            record->writeCSVTimestampedData(globalDynamicInfoStream, fields.text());
-            wide.updateDynamicInfo(dynamicInfo, fields.text());
+            const std::string_view fields = wanted ? fieldsOf(*record) : std::string_view();
+            writeDetail(*record, fields, detailStream);
+            record->writeCSVTimestampedData(globalDynamicInfoStream, fields);
+            wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record), fields);
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
         }
@@ -153,11 +152,10 @@ int ConvertFile::convert() {
             break;
         case DataRecord::advancedSocRecordId:
         case DataRecord::advancedSocWithAddressRecordId: {
-            auto& soc = dynamic_cast<AdvancedSOCDataRecord&>(*record);
-            const FieldText fields = soc.fields();
-            writeDetail(*record, fields.text(), detailStream);
-            record->writeCSVTimestampedData(globalSocStream, fields.text());
-            wide.updateSOC(soc, fields.text());
+            const std::string_view fields = fieldsOf(*record);
+            writeDetail(*record, fields, detailStream);
+            record->writeCSVTimestampedData(globalSocStream, fields);
+            wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record), fields);
             break;
         }
         case DataRecord::powerModeRecordId:
@@ -176,6 +174,12 @@ int ConvertFile::convert() {
         }
     }
     return 0;
+}
+
+std::string_view ConvertFile::fieldsOf(DataRecord& record) {
+    fieldStream.str({});
+    record.writeBasicCSV(fieldStream);
+    return fieldStream.view();
 }
 
 void ConvertFile::writeDetailHeader(DataRecord& record, std::ofstream& detailStream) {
@@ -206,6 +210,6 @@ void ConvertFile::writeCSVWide(std::ofstream& ws, const std::string& filename) {
         wide.writeCSVHeader(ws);
     }
     if (!wide.datestamp.empty() && !ws.fail()) {
-        wide.writeCSVTimestampedData(ws, wide.fields());
+        wide.writeCSVTimestampedData(ws, fieldsOf(wide));
     }
 }

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -69,6 +70,10 @@ public:
     void writeCSVWide(std::ofstream& ws, const std::string& filename);
 
 private:
+    /// The record's fields, put into text once for all outputs; valid until the next call. Only for
+    /// records whose row can be written any number of times with no further effect.
+    std::string_view fieldsOf(DataRecord& record);
+
     /// Writes the record's header line to the detail outputs, which it opens if they are wanted and
     /// not open.
     void writeDetailHeader(DataRecord& record, std::ofstream& detailStream);
@@ -77,7 +82,7 @@ private:
     /// fields while it is written gives them to the first only.
     static void writeDetail(DataRecord& record, std::ofstream& detailStream);
 
-    /// The same with fields that were put into text once for all outputs.
+    /// The same with the record's fields.
     static void writeDetail(DataRecord& record, std::string_view fields,
                             std::ofstream& detailStream);
 
@@ -96,4 +101,5 @@ private:
     std::string detailFilename;
     std::string socFilename;         // stays empty
     std::string dynamicInfoFilename; // stays empty
+    std::ostringstream fieldStream;  // of fieldsOf()
 };

@@ -338,7 +338,7 @@ template float DataRecord::fromBigEndian<float>();
 template <typename T>
 void DataRecord::skip(unsigned long n) {
     const size_t remaining = bytes.size() - position;
-    position += n < remaining / sizeof(T) ? n * sizeof(T) : remaining;
+    position += n <= remaining / sizeof(T) ? n * sizeof(T) : remaining;
 }
 
 template void DataRecord::skip<char>(unsigned long n);
@@ -740,31 +740,27 @@ void DynamicInfoDataRecord::interpretPayload() {
 }
 
 void DynamicInfoDataRecord::writeBasicCSV(std::ostream& os) {
-    os << fields().text();
-}
-
-FieldText DynamicInfoDataRecord::fields() {
-    FieldText row;
-    if (!interpreted) {
-        row.addEmpty(header().size());
-        return row;
+    FieldText fields;
+    if (interpreted) {
+        fields.add(moduleAddress);
+        fields.add(packVoltage);
+        fields.add(current);
+        fields.add(soc);
+        fields.add(dsoc);
+        for (const float voltage : cellVoltage) {
+            fields.add(voltage);
+        }
+        const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
+        fields.add(*highest - *lowest);
+        for (const float temperature : cellTemperature) {
+            fields.add(temperature);
+        }
+        fields.add(heat);
+        fields.add(balance);
+    } else {
+        fields.addEmpty(header().size());
     }
-    row.add(moduleAddress);
-    row.add(packVoltage);
-    row.add(current);
-    row.add(soc);
-    row.add(dsoc);
-    for (const float voltage : cellVoltage) {
-        row.add(voltage);
-    }
-    const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
-    row.add(*highest - *lowest);
-    for (const float temperature : cellTemperature) {
-        row.add(temperature);
-    }
-    row.add(heat);
-    row.add(balance);
-    return row;
+    os << fields.text();
 }
 
 uint8_t DynamicInfoDataRecord::moduleId() const {
@@ -1104,21 +1100,17 @@ void AdvancedSOCDataRecord::interpretPayload() {
 }
 
 void AdvancedSOCDataRecord::writeBasicCSV(std::ostream& os) {
-    os << fields().text();
-}
-
-FieldText AdvancedSOCDataRecord::fields() {
-    FieldText row;
-    if (!interpreted) {
-        row.addEmpty(header().size());
-        return row;
+    FieldText fields;
+    if (interpreted) {
+        fields.add(moduleAddress);
+        fields.add(chargeMAH);
+        fields.add(dischargeMAH);
+        fields.add(soh); // under the heading "dsoc"
+        fields.add(soc); // under the heading "soh"
+    } else {
+        fields.addEmpty(header().size());
     }
-    row.add(moduleAddress);
-    row.add(chargeMAH);
-    row.add(dischargeMAH);
-    row.add(soh); // under the heading "dsoc"
-    row.add(soc); // under the heading "soh"
-    return row;
+    os << fields.text();
 }
 
 uint8_t AdvancedSOCDataRecord::moduleId() const {
@@ -1426,9 +1418,11 @@ namespace {
 
 /// The record's fields, from the text that is kept of them or newly put into it.
 template <typename Record>
-const std::string& textOf(Record& record, std::string& kept) {
+const std::string& keptText(Record& record, std::string& kept) {
     if (kept.empty()) {
-        kept = record.fields().text();
+        std::ostringstream text;
+        record.writeBasicCSV(text);
+        kept = text.str();
     }
     return kept;
 }
@@ -1436,16 +1430,13 @@ const std::string& textOf(Record& record, std::string& kept) {
 } // namespace
 
 void WideDataRecord::writeBasicCSV(std::ostream& os) {
-    os << fields();
-}
-
-std::string_view WideDataRecord::fields() {
-    row.clear();
+    std::string row;
+    row.reserve(512); // of two modules, seldom more
     for (auto& [module, record] : dynamicInfo) {
-        row += textOf(record, dynamicInfoText[module]);
+        row += keptText(record, dynamicInfoText[module]);
     }
     for (auto& [module, record] : advancedSOC) {
-        row += textOf(record, advancedSOCText[module]);
+        row += keptText(record, advancedSOCText[module]);
     }
     if (otherText.empty()) {
         std::ostringstream text;
@@ -1453,7 +1444,7 @@ std::string_view WideDataRecord::fields() {
         otherText = text.str();
     }
     row += otherText;
-    return row;
+    os << row;
 }
 
 void WideDataRecord::writeOtherFields(std::ostream& os) {

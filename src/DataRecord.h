@@ -86,8 +86,8 @@ public:
 
 private:
     size_t length = 0;
-    std::unique_ptr<uint8_t[]> block; // only if the bytes don't fit into the array
-    std::array<uint8_t, 40> within; // enough for the frequent records, the longest of which has 38
+    std::unique_ptr<uint8_t[]> block;    // only if the bytes don't fit into the array
+    std::array<uint8_t, 40> within = {}; // enough for the frequent records, of up to 38 bytes
 };
 
 /// A few CSV fields, each preceded by ",", put together in a small buffer and then written in one
@@ -385,9 +385,6 @@ public:
 
     void writeBasicCSV(std::ostream& os) override;
 
-    /// The fields that writeBasicCSV() writes.
-    FieldText fields();
-
     virtual uint8_t moduleId() const;
 
     uint16_t moduleAddress = 1;
@@ -525,9 +522,6 @@ public:
     /// charge: the pairing is part of the output format.
     void writeBasicCSV(std::ostream& os) override;
 
-    /// The fields that writeBasicCSV() writes.
-    FieldText fields();
-
     virtual uint8_t moduleId() const;
 
     uint16_t moduleAddress = 1;
@@ -656,9 +650,6 @@ public:
     void initializeHeader(Header& names) override;
     void writeBasicCSV(std::ostream& os) override;
 
-    /// The fields that writeBasicCSV() writes; valid until the next call.
-    std::string_view fields();
-
     // Each takes over what the record says; all but the static info, the firmware version and a
     // message without a state also take over the record's datestamp.
 
@@ -706,7 +697,6 @@ private:
     std::map<uint8_t, std::string> dynamicInfoText; // by module
     std::map<uint8_t, std::string> advancedSOCText; // by module
     std::string otherText;                          // from the power mode on
-    std::string row;                                // what fields() refers to
 
     void writeOtherFields(std::ostream& os);
 };

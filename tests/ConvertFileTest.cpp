@@ -595,7 +595,8 @@ TEST_F(ConvertFileTest, messageRowsReportNoPeriodStartsOutsideTheRange) {
 class Impostor : public UnknownDataRecord {
 public:
     explicit Impostor(unsigned code) {
-        bytes = {static_cast<uint8_t>(code), 0x01, 0xB7, 0x74, 0x00, 0x32, 0x2D};
+        const uint8_t data[] = {static_cast<uint8_t>(code), 0x01, 0xB7, 0x74, 0x00, 0x32, 0x2D};
+        bytes.assign(std::begin(data), std::end(data));
         interpret();
     }
 };
