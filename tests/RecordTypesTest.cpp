@@ -23,18 +23,22 @@ std::string countingBytes(uint8_t first, size_t count) {
     return bytes;
 }
 
-/// The float with the given bits, as a row shows it.
-std::string floatText(uint32_t bits) {
-    std::array<char, 32> text = {};
-    const double value = std::bit_cast<float>(bits);
-    std::snprintf(text.data(), text.size(), "%g", value);
-    return text.data();
-}
-
+/// The number as a field of a row, with the comma before it.
 std::string field(unsigned number) {
     std::string text = ",";
     text += std::to_string(number); // as a sum, g++ 12 would warn of an overlap that is not there
     return text;
+}
+
+std::string floatField(float value) {
+    std::array<char, 32> text = {};
+    std::snprintf(text.data(), text.size(), ",%g", double{value});
+    return text.data();
+}
+
+/// The float with the given bits as a field of a row.
+std::string bitsField(uint32_t bits) {
+    return floatField(std::bit_cast<float>(bits));
 }
 
 std::string commas(size_t count) {
@@ -152,6 +156,23 @@ TEST(RecordTypes, onlyDynamicInfoAndAdvancedSocRowsAreEmptyUnlessInterpreted) {
                                                                            : interpreted;
         EXPECT_EQ(fieldsOf(*record), expected) << entry.className;
     }
+}
+
+TEST(RecordTypes, copiesAndAssignmentsKeepTheBytesOfRecordsOfAnyLength) {
+    UnknownDataRecord assigned;
+    for (const size_t size : {200U, 0U, 31U, 32U, 33U, 34U, 35U, 300U, 100U, 1U}) {
+        const auto record =
+            readRecord<UnknownDataRecord>(LogBuilder().record(0, {}, countingBytes(1, size)));
+        const std::string expected = fieldsOf(*record);
+        EXPECT_EQ(expected.size(), (7 + size) * 3);
+        UnknownDataRecord copy(*record);
+        assigned = copy;
+        EXPECT_EQ(fieldsOf(copy), expected);
+        EXPECT_EQ(fieldsOf(assigned), expected);
+    }
+    const UnknownDataRecord& itself = assigned;
+    assigned = itself;
+    EXPECT_EQ(fieldsOf(assigned), "00 00 00 00 00 00 00 01 ");
 }
 
 /// The sizes of the payloads that have one. The other types take the bytes that there are.
@@ -470,8 +491,8 @@ void expectStaticInfoCounting(StaticInfoDataRecord& record) {
     EXPECT_EQ(record.temperatureSensors, 0x92);
     EXPECT_EQ(std::bit_cast<uint32_t>(record.cumulativeChargeAs), 0xACADAEAFU);
     EXPECT_EQ(std::bit_cast<uint32_t>(record.cumulativeDischargeAs), 0xB0B1B2B3U);
-    EXPECT_EQ(fieldsOf(record), field(record.moduleAddress) + ",1286,3342,3856,17,234,rst,146," +
-                                    floatText(0xACADAEAF) + "," + floatText(0xB0B1B2B3));
+    EXPECT_EQ(fieldsOf(record), field(record.moduleAddress) + ",1286,3342,3856,17,234,rst,146" +
+                                    bitsField(0xACADAEAF) + bitsField(0xB0B1B2B3));
 }
 
 TEST(StaticInfoDataRecord, everyFieldStandsAtItsOffset) {
@@ -623,7 +644,7 @@ bool isPlausible(const DynamicInfo& info) {
 TEST(DynamicInfoDataRecord, hasSevenCellsAndOneSensor) {
     static_assert(DataRecord::seriesCells == 7);
     static_assert(DataRecord::temperatureSensors == 1);
-    const DynamicInfoDataRecord record;
+    DynamicInfoDataRecord record;
     ASSERT_EQ(record.cellVoltage.size(), 7U);
     ASSERT_EQ(record.cellTemperature.size(), 1U);
     EXPECT_EQ(record.moduleAddress, 1);
@@ -756,6 +777,22 @@ TEST(DynamicInfoDataRecord, scalingDividesInDoublePrecisionAndKeepsAFloat) {
     EXPECT_EQ(record->packVoltage, 65.535F);
     EXPECT_EQ(record->cellTemperature[0], 0.05F);
     EXPECT_EQ(fieldsOf(*record), ",1,65.535,1.67772e+06,0,0,0,0,0,0,0,0,0,0,0.05,0,0");
+}
+
+TEST(DynamicInfoDataRecord, everyReadingIsWrittenInTheDefaultNotationOfFloats) {
+    DynamicInfo info;
+    for (unsigned raw = 0; raw < 65536; ++raw) {
+        info.millivolts = raw;
+        info.deciAmperes = static_cast<int16_t>(raw);
+        info.cellMillivolts[6] = raw;
+        info.deciKelvin = raw;
+        const std::string volts = floatField(static_cast<float>(raw / 1000.0));
+        const std::string amperes =
+            floatField(static_cast<float>(static_cast<int16_t>(raw) / 10.0));
+        const std::string degrees = floatField(static_cast<float>(raw / 10.0 - 273.15));
+        ASSERT_EQ(fieldsOf(2, dynamicInfoPayload(info, false)),
+                  ",1" + volts + amperes + ",0,0,0,0,0,0,0,0" + volts + volts + degrees + ",0,0");
+    }
 }
 
 TEST(DynamicInfoDataRecord, bit10OfTheStatusIsHeatAndBit13Balance) {
@@ -1095,7 +1132,7 @@ TEST(FaultDataRecord, theMapHoldsTheOneCategoryAndItsBits) {
         EXPECT_EQ(record->error_register, category);
         EXPECT_EQ(record->faultMap, (std::map<uint8_t, uint16_t>{{key, 0xABCD}}));
     }
-    const FaultDataRecord fresh;
+    FaultDataRecord fresh;
     EXPECT_EQ(fresh.error_register, 0);
     EXPECT_EQ(fresh.additional_information, 0);
     EXPECT_TRUE(fresh.faultMap.empty());
@@ -1450,7 +1487,7 @@ TEST(AdvancedSOCDataRecord, everyFieldStandsAtItsOffset) {
     EXPECT_EQ(std::bit_cast<uint32_t>(record->soh), 0x090A0B0CU);
     EXPECT_EQ(std::bit_cast<uint32_t>(record->soc), 0x0D0E0F10U);
     EXPECT_EQ(fieldsOf(*record),
-              ",1,16909060,84281096," + floatText(0x090A0B0C) + "," + floatText(0x0D0E0F10));
+              ",1,16909060,84281096" + bitsField(0x090A0B0C) + bitsField(0x0D0E0F10));
 }
 
 TEST(AdvancedSOCDataRecord, withModuleAddressEveryFieldStandsOneByteFurther) {
@@ -1688,6 +1725,13 @@ TEST(HumidityDataRecord, everyFieldStandsAtItsOffset) {
     EXPECT_EQ(record->relativeHumidityHigh, 12.86F);   // 0x0506
     EXPECT_EQ(record->relativeHumidityAverage, 18.0F); // 0x0708
     EXPECT_EQ(fieldsOf(*record), ",2.58,7.72,12.86,18");
+}
+
+TEST(HumidityDataRecord, everyReadingIsWrittenInTheDefaultNotationOfFloats) {
+    for (unsigned raw = 0; raw < 65536; ++raw) {
+        ASSERT_EQ(fieldsOf(12, Payload().u16(raw).zeros(6)),
+                  floatField(static_cast<float>(raw / 100.0)) + ",0,0,0");
+    }
 }
 
 TEST(HumidityDataRecord, readingsAreHundredthsOfAPercent) {

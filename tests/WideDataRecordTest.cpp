@@ -267,8 +267,28 @@ TEST_F(WideRecord, theLatestRecordOfAModuleCounts) {
     EXPECT_EQ(row(), textOf({.datestamp = d2,
                              .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
                              .advancedSoc = ",1,5,20,99,50" + emptySoc}));
+    soc(t3, 1, 6);
+    EXPECT_EQ(row(), textOf({.datestamp = d3,
+                             .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
+                             .advancedSoc = ",1,6,20,99,50" + emptySoc}));
     wide.updateDynamicInfo(DynamicInfoDataRecord());
-    EXPECT_EQ(row(), textOf({.advancedSoc = ",1,5,20,99,50" + emptySoc})); // its datestamp is empty
+    EXPECT_EQ(row(), textOf({.advancedSoc = ",1,6,20,99,50" + emptySoc})); // its datestamp is empty
+}
+
+TEST_F(WideRecord, fieldsThatComeWithARecordGiveTheSameRow) {
+    const auto info = readRecord<DynamicInfoDataRecord>(LogBuilder().dynamicInfo(t1, sample()));
+    const auto counters =
+        readRecord<AdvancedSOCDataRecord>(LogBuilder().advancedSoc(t2, 10, 20, 99, 50));
+    wide.updateDynamicInfo(*info, fieldsOf(*info));
+    wide.updateSOC(*counters, fieldsOf(*counters));
+    EXPECT_EQ(row(), textOf({.datestamp = d2,
+                             .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
+                             .advancedSoc = ",1,10,20,99,50" + emptySoc}));
+    counters->chargeMAH = 11;
+    wide.updateSOC(*counters); // the fields that came before are forgotten
+    EXPECT_EQ(row(), textOf({.datestamp = d2,
+                             .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
+                             .advancedSoc = ",1,11,20,99,50" + emptySoc}));
 }
 
 TEST_F(WideRecord, plainRecordsAreModule1) {
@@ -365,9 +385,13 @@ TEST_F(WideRecord, aFaultRecordReplacesTheOneOfItsCategory) {
     EXPECT_EQ(row(), textOf({.datestamp = d3}));
 }
 
-TEST_F(WideRecord, faultsOfCategoriesWithoutAColumnOnlyMoveTheDatestamp) {
+TEST_F(WideRecord, faultsOf32And64AndAllOtherCategoriesWithoutAColumnOnlyMoveTheDatestamp) {
     fault(t1, 1, 7);
-    for (const unsigned category : {32U, 64U, 0U, 3U, 129U, 255U}) {
+    for (unsigned category = 0; category < 256; ++category) {
+        if (category == 1 || category == 2 || category == 4 || category == 8 || category == 16 ||
+            category == 128) {
+            continue;
+        }
         message(t1, "systemState=+5"); // sets the datestamp back
         fault(t2, category, 0xFFFF);
         EXPECT_EQ(row(), textOf({.datestamp = d2, .faults = ",7,0,0,0,0,0", .systemState = "5"}))
