@@ -2,10 +2,10 @@
 """A second converter, plain and slow: what convertquorvlogs has to write, said once more.
 
 It shares no code with the tool, so that a mistake has to be made twice to go unnoticed. The tests
-compare the two on the samples and on random and damaged logs. Nothing is written here: convert()
-returns what a run would leave behind.
+compare the two on the samples and on random and damaged logs, and the golden files that the tool's
+output is compared with are written by this converter.
 
-The command line prints that: referenceConverter.py [<log file or directory>] [<options>]
+Usage: referenceConverter.py [<log file> | <directory>] [<options>], as the tool's.
 """
 
 import os
@@ -669,8 +669,9 @@ def main():
     run = convert(sys.argv[1:])
     sys.stdout.buffer.write(run.out)
     sys.stderr.buffer.write(run.err)
-    for name in sorted(run.files):
-        sys.stdout.buffer.write(b"== " + name + b"\n" + run.files[name])
+    for name, text in run.files.items():
+        with open(name, "wb") as file:
+            file.write(text)
     sys.exit(run.status)
 
 
