@@ -116,8 +116,8 @@ public:
 
 private:
     struct Module {
-        unsigned permille = 800; // state of charge
-        unsigned deciKelvin = 2931;
+        unsigned permille = 920; // state of charge
+        unsigned deciKelvin = 2895;
         uint32_t chargeMAH = 41'000'000;
         uint32_t dischargeMAH = 40'000'000;
         bool charging = false;

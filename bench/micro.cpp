@@ -1,0 +1,249 @@
+// Micro benchmarks of the pieces that a conversion spends its time in.
+
+#include "DataRecord.h"
+#include "LogBuilder.h"
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <memory>
+#include <ostream>
+#include <sstream>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr size_t batch = 1000;
+
+using Records = std::vector<std::shared_ptr<DataRecord>>;
+
+/// A stream buffer that forgets what it holds at each flush, so that rows cost their formatting
+/// only.
+class Sink : public std::streambuf {
+public:
+    Sink() { sync(); }
+
+protected:
+    int sync() override {
+        setp(buffer.data(), buffer.data() + buffer.size());
+        return 0;
+    }
+
+    int_type overflow(int_type byte) override {
+        sync();
+        return sputc(traits_type::to_char_type(byte));
+    }
+
+private:
+    std::array<char, 8192> buffer = {};
+};
+
+/// Values that differ from record to record as those of a log do.
+DynamicInfo dynamicInfo(unsigned number) {
+    DynamicInfo info;
+    info.millivolts = 24'000 + number;
+    info.deciAmperes = 500 - static_cast<int32_t>(number);
+    info.soc = number % 100;
+    info.dsoc = number % 100;
+    info.deciKelvin = 2931 + number % 50;
+    for (unsigned& millivolts : info.cellMillivolts) {
+        millivolts = 3400 + number % 700;
+    }
+    return info;
+}
+
+/// Appends a record of the type.
+void append(LogBuilder& log, DataRecord::Type type, unsigned number) {
+    const Stamp when = {static_cast<uint16_t>(12'055 + number), 31'509'005 + 977 * number};
+    const float percent = static_cast<float>(number) / 10.0F;
+    StaticInfo info;
+    info.cycleCount = number;
+    info.deviceName = "Simulated BMU";
+    info.firmwareVersion = "1.4.22 simulated";
+    info.chargeAs = 1e6F * percent;
+    switch (type) {
+    case DataRecord::garble:
+        log.record(99, when, "");
+        break;
+    case DataRecord::staticInfoRecordId:
+        log.staticInfo(when, info);
+        break;
+    case DataRecord::dynamicInfoRecordId:
+        log.dynamicInfo(when, dynamicInfo(number), false);
+        break;
+    case DataRecord::faultRecordId:
+        log.fault(when, 1U << number % 5, number);
+        break;
+    case DataRecord::shockRecordId:
+        log.shock(when, 1, -2, 3);
+        break;
+    case DataRecord::messageRecordId:
+        log.message(when, "systemState=+" + std::to_string(number % 22));
+        break;
+    case DataRecord::bmcFirmwareVersionRecordId:
+        log.firmwareVersion(when, "Simulated BMC 2.17.3");
+        break;
+    case DataRecord::advancedSocRecordId:
+        log.advancedSoc(when, 41'000'000 + number, 40'000'000, 97.5F, percent);
+        break;
+    case DataRecord::measuredCurrentRecordId:
+        log.measuredCurrent(when, -static_cast<int32_t>(number));
+        break;
+    case DataRecord::powerModeRecordId:
+        log.powerMode(when, 255);
+        break;
+    case DataRecord::warrantyRecordId:
+        log.warranty(when, number % 13);
+        break;
+    case DataRecord::ambientTemperatureRecordId:
+        log.ambientTemperature(when, 290, 300, 295);
+        break;
+    case DataRecord::relativeHumidityRecordId:
+        log.humidity(when, 400, 380, 420, 400);
+        break;
+    case DataRecord::staticInfoWithAddressRecordId:
+        log.staticInfo(when, 1 + number % 2, info);
+        break;
+    case DataRecord::dynamicInfoWithAddressRecordId:
+        log.dynamicInfo(when, 1 + number % 2, dynamicInfo(number));
+        break;
+    case DataRecord::advancedSocWithAddressRecordId:
+        log.advancedSoc(when, 1 + number % 2, 41'000'000 + number, 40'000'000, 97.5F, percent);
+        break;
+    }
+}
+
+/// A log with one batch of records of the type.
+std::string logOf(DataRecord::Type type) {
+    LogBuilder log;
+    for (unsigned number = 0; number < batch; ++number) {
+        append(log, type, number);
+    }
+    return log.bytes();
+}
+
+Records framed(const std::string& log) {
+    std::istringstream stream(log);
+    Records records(batch);
+    for (std::shared_ptr<DataRecord>& record : records) {
+        record = DataRecord::factory(stream);
+    }
+    return records;
+}
+
+Records interpreted(DataRecord::Type type) {
+    Records records = framed(logOf(type));
+    for (const std::shared_ptr<DataRecord>& record : records) {
+        record->interpret();
+    }
+    return records;
+}
+
+void countRecords(benchmark::State& state) {
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(batch));
+}
+
+/// Cuts a log into records.
+void framing(benchmark::State& state, DataRecord::Type type) {
+    const std::string log = logOf(type);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(framed(log));
+    }
+    countRecords(state);
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(log.size()));
+}
+
+/// Decodes time stamp and payload. For an unknown record this is the time stamp alone.
+void decode(benchmark::State& state, DataRecord::Type type) {
+    const std::string log = logOf(type);
+    for (auto _ : state) {
+        state.PauseTiming(); // a record is decoded once only
+        Records records = framed(log);
+        state.ResumeTiming();
+        for (const std::shared_ptr<DataRecord>& record : records) {
+            record->interpret();
+        }
+        state.PauseTiming();
+        records.clear();
+        state.ResumeTiming();
+    }
+    countRecords(state);
+}
+
+/// A record's row with its line end, in text that is thrown away.
+void row(benchmark::State& state, DataRecord::Type type) {
+    const Records records = interpreted(type);
+    Sink sink;
+    std::ostream os(&sink);
+    for (auto _ : state) {
+        for (const std::shared_ptr<DataRecord>& record : records) {
+            record->writeCSVTimestampedData(os);
+        }
+    }
+    countRecords(state);
+}
+
+/// A row of the combined state for each new sample of two modules.
+void wideRow(benchmark::State& state) {
+    const Records records = interpreted(DataRecord::dynamicInfoWithAddressRecordId);
+    Sink sink;
+    std::ostream os(&sink);
+    WideDataRecord wide;
+    for (const auto& record : interpreted(DataRecord::advancedSocWithAddressRecordId)) {
+        wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record));
+    }
+    for (auto _ : state) {
+        for (const std::shared_ptr<DataRecord>& record : records) {
+            wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record));
+            wide.writeCSVTimestampedData(os);
+        }
+    }
+    countRecords(state);
+}
+
+/// Gives access to the field writers.
+class Writer : public UnknownDataRecord {
+public:
+    void write(float value, std::ostream& os) { writeScalar<float>(value, os); }
+};
+
+void floatText(benchmark::State& state, float first, float step) {
+    Sink sink;
+    std::ostream os(&sink);
+    Writer writer;
+    for (auto _ : state) {
+        float value = first;
+        for (size_t number = 0; number < batch; ++number) {
+            writer.write(value, os);
+            value += step;
+        }
+        os.flush();
+    }
+    countRecords(state);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    using benchmark::RegisterBenchmark;
+    for (const auto type : {DataRecord::dynamicInfoRecordId, DataRecord::staticInfoRecordId}) {
+        const std::string name = DataRecord::types()[type].className;
+        RegisterBenchmark(("framing/" + name).c_str(), framing, type);
+    }
+    for (const DataRecord::TypeEntry& entry : DataRecord::types()) {
+        const std::string name = entry.className;
+        RegisterBenchmark(("decode/" + name).c_str(), decode, entry.type);
+    }
+    RegisterBenchmark("floatText/volts", floatText, 3.4F, 0.001F);
+    RegisterBenchmark("floatText/tiny", floatText, 1e-6F, 1e-7F);
+    RegisterBenchmark("floatText/huge", floatText, 1e7F, 1e5F);
+    RegisterBenchmark("row/DynamicInfoDataRecord", row, DataRecord::dynamicInfoRecordId);
+    RegisterBenchmark("row/AdvancedSOCDataRecord", row, DataRecord::advancedSocRecordId);
+    RegisterBenchmark("row/MessageDataRecord", row, DataRecord::messageRecordId);
+    RegisterBenchmark("row/WideDataRecord", wideRow);
+
+    benchmark::Initialize(&argumentCount, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
