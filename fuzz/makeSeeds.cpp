@@ -132,6 +132,7 @@ Seeds runSeeds() {
     seeds["odd"] = "\1\0\3"s + early + separator + late;
     seeds["noLogs"] = "\1\0\4"s;
     seeds["range"] = "\4\1\2\5\6\0"s + early;
+    seeds["bounds"] = "\4\1\x0a\5\x0e\0"s + early; // both equal the first datestamp
     seeds["single"] = "\2\x08\x0f\0"s + all;
     seeds["missing"] = "\2\x08\x13\0"s + all;
     for (const auto& [name, log] : logsByType()) {
