@@ -80,7 +80,7 @@ char* writeFixed(char* to, float value) {
     static constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
     static constexpr double scales[] = {1e9, 1e8, 1e7, 1e6, 1e5, 1e4, 1e3, 1e2, 1e1, 1e0};
 
-    const double magnitude = std::fabs(double{value});
+    const double magnitude = std::fabs(static_cast<double>(value));
     if (!(magnitude >= 1e-4 && magnitude < 999999.5)) {
         return nullptr;
     }

@@ -784,7 +784,7 @@ TEST(RecordCopy, hasEveryMemberOfTheRecord) {
     OpenRecord assigned;
     assigned = record;
     for (const OpenRecord& each : {copy, assigned}) {
-        EXPECT_EQ(each.bytes, record.bytes);
+        EXPECT_EQ(bytesOf(each), bytesOf(record));
         EXPECT_EQ(each.position, 8U);
         EXPECT_EQ(each.datestamp, "2019-03-03 08:05:09.5");
         EXPECT_TRUE(each.interpreted);
