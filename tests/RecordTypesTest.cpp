@@ -32,7 +32,7 @@ std::string field(unsigned number) {
 
 std::string floatField(float value) {
     std::array<char, 32> text = {};
-    std::snprintf(text.data(), text.size(), ",%g", double{value});
+    std::snprintf(text.data(), text.size(), ",%g", static_cast<double>(value));
     return text.data();
 }
 
