@@ -258,8 +258,7 @@ private:
     }
 
     void append(std::string& text, const Field& field) const {
-        switch (field.kind) {
-        case Kind::faultNames: {
+        if (field.kind == Kind::faultNames) {
             unsigned bits = numberAt(6, 2);
             for (const std::string& name : faultNames(byteAt(2))) {
                 if (bits % 2 == 1) {
@@ -268,18 +267,12 @@ private:
                 }
                 bits /= 2;
             }
-            break;
+            return;
         }
-        case Kind::commissioningState:
-            text += commissioningState(byteAt(0));
-            break;
-        case Kind::dump:
-            text += dump();
-            break;
-        default:
+        if (field.kind != Kind::commissioningState && field.kind != Kind::dump) {
             text += ',';
-            text += fieldText(field);
         }
+        text += fieldText(field);
     }
 
     std::string fieldText(const Field& field) const {
@@ -316,9 +309,14 @@ private:
         }
         case Kind::powerMode:
             return powerMode(byteAt(0));
-        default:
-            return "no such field";
+        case Kind::commissioningState:
+            return commissioningState(byteAt(0));
+        case Kind::dump:
+            return dump();
+        case Kind::faultNames:
+            break;
         }
+        return "more than one field";
     }
 
     static std::string numberText(const Field& field, int64_t number) {
