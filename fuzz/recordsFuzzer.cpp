@@ -4,6 +4,7 @@
 // - the records are the frames that the bytes hold, and each call of the factory leaves the stream
 //   just behind its frame, so that records and framing account for every byte;
 // - the pieces in which the stream delivers its bytes change nothing, and no byte is fetched twice;
+// - numbers have the text that the C library gives them;
 // - a row begins with its datestamp, ends with a line feed and is no longer than a constant and
 //   three characters per byte of the record (a dump takes that many);
 // - a failed stream gets nothing and takes nothing from the record.
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <istream>
 #include <memory>
 #include <span>
@@ -97,6 +99,45 @@ void requireShapeOfRow(const DataRecord& record, const std::string& row) {
     require(row.size() <= 512 + 3 * record.bytes.size(), "a row is no longer than its bounds");
 }
 
+void addNumber(std::string& row, uint32_t number) {
+    row += ',' + std::to_string(number);
+}
+
+void addFloat(std::string& row, float number) {
+    char text[32];
+    std::snprintf(text, sizeof text, ",%.6g", static_cast<double>(number));
+    row += text;
+}
+
+/// The tool puts numbers into text by means of its own. The C library's are slow and known.
+void requireNumbers(const DataRecord& record, const std::string& row) {
+    std::string expected(std::string_view(record.datestamp));
+    if (const auto* sample = dynamic_cast<const DynamicInfoDataRecord*>(&record)) {
+        addNumber(expected, sample->moduleAddress);
+        addFloat(expected, sample->packVoltage);
+        addFloat(expected, sample->current);
+        addNumber(expected, sample->soc);
+        addNumber(expected, sample->dsoc);
+        for (const float voltage : sample->cellVoltage) {
+            addFloat(expected, voltage);
+        }
+        addFloat(expected,
+                 std::ranges::max(sample->cellVoltage) - std::ranges::min(sample->cellVoltage));
+        addFloat(expected, sample->cellTemperature[0]);
+        addNumber(expected, sample->heat ? 1U : 0U);
+        addNumber(expected, sample->balance ? 1U : 0U);
+    } else if (const auto* counters = dynamic_cast<const AdvancedSOCDataRecord*>(&record)) {
+        addNumber(expected, counters->moduleAddress);
+        addNumber(expected, counters->chargeMAH);
+        addNumber(expected, counters->dischargeMAH);
+        addFloat(expected, counters->soh);
+        addFloat(expected, counters->soc);
+    } else {
+        return;
+    }
+    require(row == expected + '\n', "numbers have the text of the C library");
+}
+
 /// Hands the record to what combines records, through the accessors it reads.
 void combine(WideDataRecord& wide, const DataRecord& record) {
     if (const auto* info = dynamic_cast<const StaticInfoDataRecord*>(&record)) {
@@ -134,6 +175,7 @@ std::vector<std::string> rowsOf(std::span<const uint8_t> log, size_t pieceSize,
         require(record->interpreted && !record->datestamp.empty(), "a record has a datestamp");
         rows.push_back(rowOf(*record));
         requireShapeOfRow(*record, rows.back());
+        requireNumbers(*record, rows.back());
     }
     require(stream.eof() && !stream.bad(), "the last record is the one that meets the end");
     require(DataRecord::factory(stream) == nullptr, "there is no record behind the end");
