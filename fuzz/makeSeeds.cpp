@@ -109,6 +109,12 @@ Seeds recordSeeds() {
                            .append("\x10\x41\x10\x10\x10")
                            .powerMode(noon, 34)
                            .bytes();
+    seeds["floats"] = LogBuilder() // in the middle of two texts, and where the notation changes
+                          .advancedSoc(morning, 1, 1, 100000.5F, 100001.5F)
+                          .advancedSoc(morning, 1, 1, 999999.4F, 999999.5F)
+                          .advancedSoc(morning, 1, 1, 0.0001F, 0.00009999995F)
+                          .advancedSoc(morning, 1, 1, -9.9999995F, 0)
+                          .bytes();
     seeds["emptyFrame"] = "\x10\x03";
     seeds["loneDle"] = "\x05\x10";
     return seeds;
@@ -124,15 +130,23 @@ Seeds runSeeds() {
     const std::string cut = early.substr(0, early.size() - 3);
     const std::string none = "\0\0"s;
     const std::string everything = "\1\0\0"s;
+    // Rows that nothing but the sample and the record in front of it change.
+    DynamicInfo info = sample();
+    std::string rowBehindEach = LogBuilder().dynamicInfo(morning, info).bytes();
+    for (const auto& [name, log] : logsByType()) {
+        ++info.soc;
+        rowBehindEach += log + LogBuilder().dynamicInfo(noon, info).bytes();
+    }
     Seeds seeds;
     seeds["default"] = none + all;
+    seeds["rowBehindEach"] = everything + rowBehindEach;
     seeds["all"] = everything + all;
     seeds["threeLogs"] = everything + early + separator + cut + separator + late;
     seeds["overlap"] = everything + late + separator + cut + separator + cut + separator + early;
     seeds["odd"] = "\1\0\3"s + early + separator + late;
     seeds["noLogs"] = "\1\0\4"s;
     seeds["range"] = "\4\1\2\5\6\0"s + early;
-    seeds["bounds"] = "\4\1\x0a\5\x0e\0"s + early; // both equal the first datestamp
+    seeds["bounds"] = "\5\0\1\x0a\5\x0e\0"s + early; // both equal the first datestamp
     seeds["single"] = "\2\x08\x0f\0"s + all;
     seeds["missing"] = "\2\x08\x13\0"s + all;
     for (const auto& [name, log] : logsByType()) {
