@@ -456,8 +456,10 @@ private:
         info.deviceName = "BMU 7S 210Ah";
         info.firmwareVersion = firmware == Firmware::old ? "1.2.7" : "1.9.0 release";
         info.temperatureSensors = 1;
-        info.chargeAs = static_cast<float>(module.charged / 1000);
-        info.dischargeAs = static_cast<float>(module.discharged / 1000);
+        const auto chargeAs = module.charged / 1000; // in whole ampere-seconds
+        const auto dischargeAs = module.discharged / 1000;
+        info.chargeAs = static_cast<float>(chargeAs);
+        info.dischargeAs = static_cast<float>(dischargeAs);
         if (firmware == Firmware::old) {
             log.staticInfo(now(), info);
         } else {

@@ -7,7 +7,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using Arguments = std::vector<std::string>;
 
 /// The four outputs, as a text that shows in a failed expectation.
