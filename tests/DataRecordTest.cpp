@@ -2,6 +2,7 @@
 
 #include "LogBuilder.h"
 #include "ProgramRun.h"
+#include "RecordReading.h"
 
 #include <algorithm>
 #include <bit>
@@ -35,16 +36,6 @@ using testing::IsEmpty;
 // =================================================================================================
 // Tools
 // =================================================================================================
-
-/// The bytes of hexadecimal numbers, such as "05 41 10 03".
-std::string hex(const std::string& numbers) {
-    std::istringstream words(numbers);
-    std::string bytes;
-    for (std::string word; words >> word;) {
-        bytes += static_cast<char>(std::stoul(word, nullptr, 16));
-    }
-    return bytes;
-}
 
 /// A record of a type of its own, with the columns A, B and C, whose inner workings are open.
 class OpenRecord : public DataRecord {
@@ -95,7 +86,7 @@ public:
 };
 
 /// The data bytes of any record.
-std::string bytesOf(const DataRecord& record) {
+std::string dataOf(const DataRecord& record) {
     const DataRecord::Bytes& bytes = record.*(&OpenRecord::bytes);
     return {bytes.begin(), bytes.end()};
 }
@@ -114,7 +105,7 @@ std::shared_ptr<DataRecord> firstRecord(const std::string& log) {
 std::vector<std::string> recordsOf(std::istream& stream) {
     std::vector<std::string> records;
     while (const std::shared_ptr<DataRecord> record = DataRecord::factory(stream)) {
-        records.push_back(bytesOf(*record));
+        records.push_back(dataOf(*record));
     }
     return records;
 }
@@ -130,21 +121,12 @@ std::string framed(const std::string& bytes) {
     for (const char byte : bytes) {
         frame += byte == 0x10 ? std::string(2, byte) : std::string(1, byte);
     }
-    return frame + hex("10 03");
+    return frame + bytesOf("10 03");
 }
 
 /// The decoded record that consists of the data bytes.
 std::shared_ptr<DataRecord> decoded(const std::string& bytes) {
-    std::shared_ptr<DataRecord> record = firstRecord(framed(bytes));
-    record->interpret();
-    return record;
-}
-
-/// The line of a record on a new stream.
-std::string lineOf(DataRecord& record) {
-    std::ostringstream os;
-    record.writeCSVTimestampedData(os);
-    return os.str();
+    return readRecord(framed(bytes));
 }
 
 /// What is written on a new stream.
@@ -176,18 +158,18 @@ TEST(Framing, anyByteOtherThanDleIsOneDataByte) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         if (byte != 0x10) {
             const std::string data = Payload().u8(0x41).u8(byte).u8(0x42).bytes;
-            EXPECT_EQ(bytesOf(*firstRecord(data + hex("10 03"))), data);
+            EXPECT_EQ(dataOf(*firstRecord(data + bytesOf("10 03"))), data);
         }
     }
 }
 
 TEST(Framing, dleDleIsOneDataByte) {
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 10 10 42 10 03"))), hex("41 10 42"));
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 10 10 10 10 10 03"))), hex("41 10 10"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 10 10 42 10 03"))), bytesOf("41 10 42"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 10 10 10 10 10 03"))), bytesOf("41 10 10"));
 }
 
 TEST(Framing, dleEtxEndsTheRecordAndIsNotStored) {
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 42 10 03 43"))), hex("41 42"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 42 10 03 43"))), bytesOf("41 42"));
 }
 
 TEST(Framing, dleBeforeAnyOtherByteVanishesWithItAndTheRecordGoesOn) {
@@ -195,24 +177,24 @@ TEST(Framing, dleBeforeAnyOtherByteVanishesWithItAndTheRecordGoesOn) {
         if (byte != 0x10 && byte != 0x03) {
             const std::string log =
                 Payload().u8(0x05).u8(0x10).u8(byte).u8(0x42).u8(0x10).u8(0x03).bytes;
-            EXPECT_EQ(bytesOf(*firstRecord(log)), hex("05 42")) << byte;
+            EXPECT_EQ(dataOf(*firstRecord(log)), bytesOf("05 42")) << byte;
         }
     }
 }
 
 TEST(Framing, etxIsDataUnlessABareDleStandsBeforeIt) {
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 03 10 03"))), hex("41 03"));
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 10 10 03 42 10 03"))), hex("41 10 03 42"));
-    EXPECT_EQ(bytesOf(*firstRecord(hex("41 10 42 03 43 10 03"))), hex("41 03 43"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 03 10 03"))), bytesOf("41 03"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 10 10 03 42 10 03"))), bytesOf("41 10 03 42"));
+    EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 10 42 03 43 10 03"))), bytesOf("41 03 43"));
 }
 
 TEST(Framing, aRecordBeginsBehindTheDleEtxOfTheOneBefore) {
-    EXPECT_THAT(recordsOf(hex("41 42 10 03 43 10 03 44 45")),
-                ElementsAre(hex("41 42"), hex("43"), hex("44 45 FF")));
+    EXPECT_THAT(recordsOf(bytesOf("41 42 10 03 43 10 03 44 45")),
+                ElementsAre(bytesOf("41 42"), bytesOf("43"), bytesOf("44 45 FF")));
 }
 
 TEST(Framing, theStreamIsLeftJustBehindTheFrame) {
-    std::istringstream stream(hex("41 10 10 42 10 03 43 44"));
+    std::istringstream stream(bytesOf("41 10 10 42 10 03 43 44"));
     DataRecord::factory(stream);
     EXPECT_TRUE(stream.good());
     EXPECT_EQ(stream.tellg(), 6);
@@ -238,20 +220,20 @@ TEST(Framing, aLostEndOfFrameJoinsTwoRecords) {
     log.remove(log.frames()[0].end - 2, 2);
     EXPECT_THAT(recordsOf(log.bytes()),
                 ElementsAre(Payload().u8(5).zeros(6).text("one").u8(5).zeros(6).text("two").bytes,
-                            hex("FF")));
+                            bytesOf("FF")));
 }
 
 TEST(Framing, aRecordMayHaveAnyLength) {
     const std::string data(300000, 'x');
-    EXPECT_THAT(recordsOf(data + hex("10 03")), ElementsAre(data, hex("FF")));
+    EXPECT_THAT(recordsOf(data + bytesOf("10 03")), ElementsAre(data, bytesOf("FF")));
 }
 
 TEST(Framing, aFileThatEndsBehindAFrameGivesOneMoreRecordOfTheByteFF) {
-    std::istringstream stream(hex("05 41 10 03"));
+    std::istringstream stream(bytesOf("05 41 10 03"));
     DataRecord::factory(stream);
     ASSERT_FALSE(stream.eof());
     const std::shared_ptr<DataRecord> last = DataRecord::factory(stream);
-    EXPECT_EQ(bytesOf(*last), hex("FF"));
+    EXPECT_EQ(dataOf(*last), bytesOf("FF"));
     EXPECT_NE(dynamic_cast<UnknownDataRecord*>(last.get()), nullptr);
     EXPECT_TRUE(stream.eof());
 }
@@ -264,25 +246,25 @@ TEST(Framing, theByteFFThatEndsAFileIsStampedAtTheBeginningOfTime) {
 }
 
 TEST(Framing, anEmptyFileGivesOneRecordOfTheByteFF) {
-    EXPECT_THAT(recordsOf(""), ElementsAre(hex("FF")));
+    EXPECT_THAT(recordsOf(""), ElementsAre(bytesOf("FF")));
 }
 
 TEST(Framing, aStreamAtEndOfFileGivesAnEmptyPointer) {
-    std::istringstream stream(hex("05 41 10 03"));
+    std::istringstream stream(bytesOf("05 41 10 03"));
     stream.setstate(std::ios::eofbit);
     EXPECT_EQ(DataRecord::factory(stream), nullptr);
     EXPECT_EQ(DataRecord::factory(stream), nullptr);
 }
 
 TEST(Framing, theEndOfTheFileEndsItsLastRecordBehindTheByteFF) {
-    EXPECT_THAT(recordsOf(hex("05 41 42")), ElementsAre(hex("05 41 42 FF")));
-    EXPECT_THAT(recordsOf(hex("05 41 10 10")), ElementsAre(hex("05 41 10 FF")));
-    EXPECT_THAT(recordsOf(hex("05 41 10 42")), ElementsAre(hex("05 41 FF")));
+    EXPECT_THAT(recordsOf(bytesOf("05 41 42")), ElementsAre(bytesOf("05 41 42 FF")));
+    EXPECT_THAT(recordsOf(bytesOf("05 41 10 10")), ElementsAre(bytesOf("05 41 10 FF")));
+    EXPECT_THAT(recordsOf(bytesOf("05 41 10 42")), ElementsAre(bytesOf("05 41 FF")));
 }
 
 TEST(Framing, aLoneDleAtTheEndOfTheFileIsDroppedWithTheByteFF) {
-    EXPECT_THAT(recordsOf(hex("05 41 42 10")), ElementsAre(hex("05 41 42")));
-    EXPECT_THAT(recordsOf(hex("05 10 03 41 10")), ElementsAre(hex("05"), hex("41")));
+    EXPECT_THAT(recordsOf(bytesOf("05 41 42 10")), ElementsAre(bytesOf("05 41 42")));
+    EXPECT_THAT(recordsOf(bytesOf("05 10 03 41 10")), ElementsAre(bytesOf("05"), bytesOf("41")));
 }
 
 /// What a frame without any data byte gives, however it came about.
@@ -290,7 +272,7 @@ void expectRecordWithoutBytes(const std::string& log) {
     const std::shared_ptr<DataRecord> record = firstRecord(log);
     ASSERT_NE(record, nullptr);
     EXPECT_NE(dynamic_cast<UnknownDataRecord*>(record.get()), nullptr);
-    EXPECT_EQ(bytesOf(*record), "");
+    EXPECT_EQ(dataOf(*record), "");
     EXPECT_EQ(record->recordType(), 0U);
     record->interpret();
     EXPECT_EQ(record->datestamp, "1984-01-01 00:00:00.0");
@@ -298,18 +280,19 @@ void expectRecordWithoutBytes(const std::string& log) {
 }
 
 TEST(Framing, dleEtxAtOnceGivesAnUnknownRecordWithoutBytes) {
-    expectRecordWithoutBytes(hex("10 03 05 41 10 03"));
-    EXPECT_THAT(recordsOf(hex("10 03 10 03 05 10 03")), ElementsAre("", "", hex("05"), hex("FF")));
+    expectRecordWithoutBytes(bytesOf("10 03 05 41 10 03"));
+    EXPECT_THAT(recordsOf(bytesOf("10 03 10 03 05 10 03")),
+                ElementsAre("", "", bytesOf("05"), bytesOf("FF")));
 }
 
 TEST(Framing, onlyPairsOfDleAndJunkGiveAnUnknownRecordWithoutBytes) {
-    expectRecordWithoutBytes(hex("10 41 10 42 10 03 05 41 10 03"));
-    expectRecordWithoutBytes(hex("10 41 10 42 10"));
+    expectRecordWithoutBytes(bytesOf("10 41 10 42 10 03 05 41 10 03"));
+    expectRecordWithoutBytes(bytesOf("10 41 10 42 10"));
 }
 
 TEST(Framing, aLoneDleAtTheEndBeforeAnyDataByteGivesAnUnknownRecordWithoutBytes) {
-    expectRecordWithoutBytes(hex("10"));
-    EXPECT_THAT(recordsOf(hex("05 10 03 10")), ElementsAre(hex("05"), ""));
+    expectRecordWithoutBytes(bytesOf("10"));
+    EXPECT_THAT(recordsOf(bytesOf("05 10 03 10")), ElementsAre(bytesOf("05"), ""));
 }
 
 /// The framing once more, a byte at a time: a log's records, the one that its end makes included.
@@ -331,7 +314,7 @@ std::vector<std::string> modelRecords(const std::string& log) {
         }
     }
     if (!behindDle) {
-        records.back() += hex("FF");
+        records.back() += bytesOf("FF");
     }
     return records;
 }
@@ -339,7 +322,7 @@ std::vector<std::string> modelRecords(const std::string& log) {
 /// Random logs in which the bytes that framing looks at are frequent. The seed is fixed.
 std::vector<std::string> randomLogs() {
     std::mt19937 random(20190303);
-    const std::string frequent = hex("10 10 10 03 03 FF 00 41");
+    const std::string frequent = bytesOf("10 10 10 03 03 FF 00 41");
     std::vector<std::string> logs;
     for (int count = 0; count < 3000; ++count) {
         std::string log;
@@ -367,7 +350,8 @@ TEST(Framing, aReadErrorEndsTheFileAsItsEndWould) {
 }
 
 TEST(Framing, aReadErrorMarksTheStreamBadAndAnEndDoesNot) {
-    for (const std::string& log : {hex(""), hex("05 41"), hex("05 41 10"), hex("05 41 10 03")}) {
+    for (const std::string& log :
+         {bytesOf(""), bytesOf("05 41"), bytesOf("05 41 10"), bytesOf("05 41 10 03")}) {
         BrokenSource source(log);
         std::istream broken(&source);
         recordsOf(broken);
@@ -383,13 +367,13 @@ TEST(Framing, aReadErrorMarksTheStreamBadAndAnEndDoesNot) {
 TEST(Framing, aDirectoryThatIsReadAsALogGivesOneRecord) {
     const TemporaryDirectory directory;
     std::ifstream stream(directory.path());
-    EXPECT_THAT(recordsOf(stream), ElementsAre(hex("FF")));
+    EXPECT_THAT(recordsOf(stream), ElementsAre(bytesOf("FF")));
     EXPECT_TRUE(stream.bad());
 }
 
 TEST(Framing, aStreamThatWasNeverOpenedGivesOneRecord) {
     std::ifstream stream;
-    EXPECT_THAT(recordsOf(stream), ElementsAre(hex("FF")));
+    EXPECT_THAT(recordsOf(stream), ElementsAre(bytesOf("FF")));
 }
 
 // =================================================================================================
@@ -454,7 +438,7 @@ TEST(TypeCodes, eachHasItsEnumeratorAndItsClass) {
         const std::shared_ptr<DataRecord> read = firstRecord(framed(bytes));
         EXPECT_TRUE(isOfClass(*read, *each.madeClass));
         EXPECT_EQ(read->recordType(), each.type);
-        EXPECT_EQ(bytesOf(*read), bytes) << "the type code stays in front";
+        EXPECT_EQ(dataOf(*read), bytes) << "the type code stays in front";
     }
 }
 
@@ -479,14 +463,14 @@ TEST(TypeCodes, everyCodeAboveFifteenBelongsToTheUnknownRecord) {
 }
 
 TEST(TypeCodes, anEscapedDleInFrontIsTypeSixteen) {
-    const std::shared_ptr<DataRecord> record = firstRecord(hex("10 10 41 10 03"));
+    const std::shared_ptr<DataRecord> record = firstRecord(bytesOf("10 10 41 10 03"));
     EXPECT_TRUE(isOfClass(*record, typeid(UnknownDataRecord)));
     EXPECT_EQ(record->recordType(), 16U);
-    EXPECT_EQ(bytesOf(*record), hex("10 41"));
+    EXPECT_EQ(dataOf(*record), bytesOf("10 41"));
 }
 
 TEST(TypeCodes, theTypeIsTheFirstDataByteAndNotTheFirstByteOfTheFrame) {
-    const std::shared_ptr<DataRecord> record = firstRecord(hex("10 07 05 41 10 03"));
+    const std::shared_ptr<DataRecord> record = firstRecord(bytesOf("10 07 05 41 10 03"));
     EXPECT_TRUE(isOfClass(*record, typeid(MessageDataRecord)));
     EXPECT_EQ(record->recordType(), DataRecord::messageRecordId);
 }
@@ -494,7 +478,7 @@ TEST(TypeCodes, theTypeIsTheFirstDataByteAndNotTheFirstByteOfTheFrame) {
 TEST(TypeCodes, theFactoryOfATypeMakesAnEmptyRecord) {
     for (unsigned code = 0; code < 256; ++code) {
         const std::shared_ptr<DataRecord> record = DataRecord::factory(DataRecord::Type(code));
-        EXPECT_EQ(bytesOf(*record), "");
+        EXPECT_EQ(dataOf(*record), "");
         EXPECT_TRUE(record->datestamp.empty());
         EXPECT_FALSE(record->interpreted);
         EXPECT_EQ(record->recordType(), DataRecord::garble);
@@ -502,7 +486,8 @@ TEST(TypeCodes, theFactoryOfATypeMakesAnEmptyRecord) {
 }
 
 TEST(TypeCodes, aRecordOfTheStreamFactoryIsNotInterpretedYet) {
-    const std::shared_ptr<DataRecord> record = firstRecord(framed(hex("05 00 00 00 01 00 01 41")));
+    const std::shared_ptr<DataRecord> record =
+        firstRecord(framed(bytesOf("05 00 00 00 01 00 01 41")));
     EXPECT_FALSE(record->interpreted);
     EXPECT_TRUE(record->datestamp.empty());
 }
@@ -587,7 +572,7 @@ TEST(ClassTree, aModuleHasSevenCellsInSeriesAndOneTemperatureSensor) {
 /// Reads a number at the beginning of the bytes, and looks where that leaves the cursor.
 template <typename T>
 T readFrom(const std::string& bytes) {
-    OpenRecord record(hex(bytes));
+    OpenRecord record(bytesOf(bytes));
     const T value = record.fromBigEndian<T>();
     EXPECT_EQ(record.position, std::min(sizeof(T), record.bytes.size()));
     return value;
@@ -620,7 +605,7 @@ TEST(Reading, floatsAreIeeeSinglePrecisionBitPatterns) {
 }
 
 TEST(Reading, numbersFollowEachOther) {
-    OpenRecord record(hex("01 02 03 04 05 06 07"));
+    OpenRecord record(bytesOf("01 02 03 04 05 06 07"));
     EXPECT_EQ(record.fromBigEndian<uint8_t>(), 0x01);
     EXPECT_EQ(record.fromBigEndian<uint32_t>(), 0x02030405U);
     EXPECT_EQ(record.fromBigEndian<uint16_t>(), 0x0607);
@@ -652,7 +637,7 @@ TEST(Reading, aSixteenBitNumberWithOneByteLeftKeepsItAsItsHighHalf) {
 }
 
 TEST(Reading, readsBehindTheEndGoOnGivingZero) {
-    OpenRecord record(hex("AB"));
+    OpenRecord record(bytesOf("AB"));
     EXPECT_EQ(record.fromBigEndian<uint16_t>(), 0xAB00);
     EXPECT_EQ(record.fromBigEndian<uint32_t>(), 0U);
     EXPECT_EQ(record.fromBigEndian<float>(), 0.0F);
@@ -694,7 +679,7 @@ TEST(Reading, skipStopsAtTheEnd) {
 }
 
 TEST(Reading, skipGoesOnFromTheCursor) {
-    OpenRecord record(hex("01 02 03 04 05 06"));
+    OpenRecord record(bytesOf("01 02 03 04 05 06"));
     record.skip<char>(1);
     record.skip<unsigned short>(1);
     EXPECT_EQ(record.fromBigEndian<uint8_t>(), 4);
@@ -714,13 +699,13 @@ std::string recordHead(unsigned type, Stamp when) {
 TEST(Interpret, typeTimeDayAndPayloadStandAtTheirOffsets) {
     // 08 is the type; 01BC2B0D is 29,109,005 ms, which is 8 h 5 min 9 s and 5 ms; 322D is day
     // 12845; 000001F4 is a payload of 500.
-    const std::shared_ptr<DataRecord> record = decoded(hex("08 01 BC 2B 0D 32 2D 00 00 01 F4"));
+    const std::shared_ptr<DataRecord> record = decoded(bytesOf("08 01 BC 2B 0D 32 2D 00 00 01 F4"));
     EXPECT_EQ(record->recordType(), DataRecord::measuredCurrentRecordId);
     EXPECT_EQ(lineOf(*record), "2019-03-03 08:05:09.5,500\n");
 }
 
 TEST(Interpret, thePayloadIsDecodedBehindTheDatestampWithTheCursorAtItsFirstByte) {
-    OpenRecord record(hex("63 01 BC 2B 0D 32 2D 41 42"));
+    OpenRecord record(bytesOf("63 01 BC 2B 0D 32 2D 41 42"));
     record.interpret();
     EXPECT_EQ(record.positionAtPayload, 7U);
     EXPECT_EQ(record.datestampAtPayload, "2019-03-03 08:05:09.5");
@@ -732,7 +717,7 @@ TEST(Interpret, eachByteThatAShortDatestampLacksIsZero) {
     // Day 322D is 12845; without its low half it is 12800 (3200), 45 days before 3 March 2019.
     // Without low bytes 01BC2B0D is 01BC2B00 (29,108,992), 01BC0000 (29,097,984) and 01000000
     // (16,777,216).
-    const std::string whole = hex("63 01 BC 2B 0D 32 2D");
+    const std::string whole = bytesOf("63 01 BC 2B 0D 32 2D");
     const std::vector<std::string> expected = {
         "1984-01-01 00:00:00.0",   "1984-01-01 00:00:00.0",   "1984-01-01 04:39:37.216",
         "1984-01-01 08:04:57.984", "1984-01-01 08:05:08.992", "1984-01-01 08:05:09.5",
@@ -747,7 +732,7 @@ TEST(Interpret, eachByteThatAShortDatestampLacksIsZero) {
 }
 
 TEST(Interpret, recordTypeIsTheFirstByteOrGarbleIfThereIsNone) {
-    EXPECT_EQ(OpenRecord(hex("FE 01")).recordType(), 254U);
+    EXPECT_EQ(OpenRecord(bytesOf("FE 01")).recordType(), 254U);
     EXPECT_EQ(OpenRecord().recordType(), DataRecord::garble);
 }
 
@@ -775,7 +760,7 @@ TEST(RecordHeader, aHeaderThatIsFilledAlreadyIsNotInitialised) {
 }
 
 TEST(RecordCopy, hasEveryMemberOfTheRecord) {
-    OpenRecord record(hex("63 01 BC 2B 0D 32 2D 41 42"));
+    OpenRecord record(bytesOf("63 01 BC 2B 0D 32 2D 41 42"));
     record.interpret();
     record.header();
     record.skip<char>(1);
@@ -784,7 +769,7 @@ TEST(RecordCopy, hasEveryMemberOfTheRecord) {
     OpenRecord assigned;
     assigned = record;
     for (const OpenRecord& each : {copy, assigned}) {
-        EXPECT_EQ(bytesOf(each), bytesOf(record));
+        EXPECT_EQ(dataOf(each), dataOf(record));
         EXPECT_EQ(each.position, 8U);
         EXPECT_EQ(each.datestamp, "2019-03-03 08:05:09.5");
         EXPECT_TRUE(each.interpreted);
@@ -792,8 +777,23 @@ TEST(RecordCopy, hasEveryMemberOfTheRecord) {
     }
 }
 
+TEST(RecordCopy, hasTheBytesOfARecordOfAnyLength) {
+    OpenRecord assigned;
+    for (const size_t length : {0U, 1U, 39U, 40U, 41U, 1000U, 41U, 40U, 1U, 0U}) {
+        const std::string content(length, 'x');
+        OpenRecord original(content);
+        const OpenRecord copy = original;
+        assigned = original;
+        const OpenRecord& itself = assigned;
+        assigned = itself;
+        original.hold("other");
+        EXPECT_EQ(dataOf(copy), content);
+        EXPECT_EQ(dataOf(assigned), content);
+    }
+}
+
 TEST(RecordCopy, isIndependentOfTheRecord) {
-    OpenRecord record(hex("63 01 BC 2B 0D 32 2D 41 42"));
+    OpenRecord record(bytesOf("63 01 BC 2B 0D 32 2D 41 42"));
     record.interpret();
     OpenRecord copy = record;
     copy.header().addName("D");
@@ -991,7 +991,7 @@ TEST(Timestamps, everyHourThatFitsCarriesLikeAClock) {
 }
 
 TEST(Timestamps, theDateIsReadAtOffsetFiveAndTheTimeAtOffsetOneWhereverTheCursorStood) {
-    OpenRecord record(hex("63 01 BC 2B 0D 32 2D 41 42"));
+    OpenRecord record(bytesOf("63 01 BC 2B 0D 32 2D 41 42"));
     for (const size_t start : {0U, 3U, 9U}) {
         record.position = start;
         EXPECT_EQ(record.interpretDate(), "2019-03-03");
@@ -1097,6 +1097,17 @@ TEST(Lines, theHeaderTextOfATypeIsItsNamesAlone) {
               "measuredCurrent (mA)");
 }
 
+TEST(Lines, aLineWhoseFieldsAreGivenIsTheSameLine) {
+    OpenRecord record = sample();
+    std::ostringstream os;
+    os << std::hex;
+    record.writeCSVTimestampedData(os, ",4,5");
+    record.writeCSVTimestampedData(os, "");
+    EXPECT_EQ(os.str(), "2019-03-03 08:05:09.5,4,5\n2019-03-03 08:05:09.5\n");
+    EXPECT_EQ(os.flags() & std::ios::basefield, std::ios::dec);
+    EXPECT_EQ(record.rowsWritten, 0);
+}
+
 TEST(Lines, aRecordWithoutFieldsHasALineOfItsDatestampAlone) {
     OpenRecord record = sample();
     record.fields = "";
@@ -1115,7 +1126,7 @@ TEST(Lines, nothingIsQuotedOrEscaped) {
 }
 
 TEST(Lines, eachDataLineBeginsWithDecimalIntegers) {
-    const auto record = decoded(recordHead(8, {}) + hex("00 00 01 F4"));
+    const auto record = decoded(recordHead(8, {}) + bytesOf("00 00 01 F4"));
     for (const auto& base : {std::hex, std::oct, std::dec}) {
         std::ostringstream os;
         os << base;
@@ -1126,7 +1137,7 @@ TEST(Lines, eachDataLineBeginsWithDecimalIntegers) {
 }
 
 TEST(Lines, noWriterSetsWidthFillOrPrecision) {
-    const auto record = decoded(recordHead(12, {}) + hex("12 34 00 00 FF FF 00 01"));
+    const auto record = decoded(recordHead(12, {}) + bytesOf("12 34 00 00 FF FF 00 01"));
     std::ostringstream os;
     os << std::setfill('#') << std::setprecision(3);
     record->writeCSVHeader(os);
@@ -1160,7 +1171,7 @@ TEST(Lines, eachLineIsFlushedOnceBehindItsLineFeed) {
     EXPECT_THAT(sink.flushed, ElementsAre(header));
     record.writeCSVTimestampedData(os);
     EXPECT_THAT(sink.flushed, ElementsAre(header, header + line));
-    record.writeCSVTimestampedData(os);
+    record.writeCSVTimestampedData(os, ",1,2,3");
     EXPECT_THAT(sink.flushed, ElementsAre(header, header + line, header + line + line));
 }
 
@@ -1195,6 +1206,7 @@ const std::vector<LineWriter> lineWriters = {
     [](OpenRecord& record, std::ostream& os) { record.writeCSVHeaderText(os); },
     [](OpenRecord& /*record*/, std::ostream& os) { DataRecord::writeCSVTimestampHeader(os); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestampedData(os); },
+    [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestampedData(os, ",1"); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestamp(os); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVData(os); },
     [](OpenRecord& /*record*/, std::ostream& os) {
@@ -1227,6 +1239,7 @@ TEST(FailedStreams, writersThatTestTheStreamAskTheRecordForNothing) {
         os.setstate(state);
         record.writeCSVHeader(os);
         record.writeCSVTimestampedData(os);
+        record.writeCSVTimestampedData(os, ",1");
         record.writeCSVData(os);
         EXPECT_EQ(record.headersBuilt, 0);
         EXPECT_EQ(record.rowsWritten, 0);
@@ -1295,6 +1308,54 @@ TEST(FieldWriters, aFloatHasTheDefaultNotationWithSixSignificantDigits) {
     EXPECT_EQ(scalar<float>(std::numeric_limits<float>::infinity()), ",inf");
 }
 
+/// The float as a stream shows it that nobody has set anything on.
+std::string streamed(float value) {
+    std::ostringstream os;
+    os << ',' << value;
+    return os.str();
+}
+
+TEST(FieldWriters, aFloatHasTheTextThatAStreamGivesIt) {
+    std::mt19937 random(20190303);
+    for (int count = 0; count < 200000; ++count) {
+        const auto value = std::bit_cast<float>(static_cast<uint32_t>(random()));
+        ASSERT_EQ(scalar<float>(value), streamed(value));
+    }
+}
+
+TEST(FieldWriters, aFloatHasTheTextThatAStreamGivesItAroundEveryPowerOfTenAndEveryTie) {
+    const float infinity = std::numeric_limits<float>::infinity();
+    for (int exponent = -44; exponent <= 38; ++exponent) {
+        const auto power = static_cast<float>(std::pow(10.0, exponent));
+        for (const float middle : {power, power * 0.9999995F, power * 1.000005F}) {
+            float value = middle;
+            for (int step = 0; step < 10; ++step) {
+                value = std::nextafter(value, 0.0F);
+            }
+            for (int step = 0; step < 20; ++step) {
+                ASSERT_EQ(scalar<float>(value), streamed(value));
+                ASSERT_EQ(scalar<float>(-value), streamed(-value));
+                value = std::nextafter(value, infinity);
+            }
+        }
+    }
+    for (int half = 200001; half < 2000000; half += 62) { // a digit 5 behind the sixth
+        for (const float divisor : {2.0F, 4.0F, 8.0F, 16.0F, 64.0F, 1024.0F}) {
+            const float value = static_cast<float>(half) / divisor;
+            ASSERT_EQ(scalar<float>(value), streamed(value));
+        }
+    }
+}
+
+TEST(FieldWriters, everyMillivoltDeciampereAndDecikelvinHasTheTextThatAStreamGivesIt) {
+    for (int raw = 0; raw <= 65535; ++raw) {
+        for (const double value : {raw / 1000.0, -raw / 10.0, raw / 10.0 - 273.15, raw / 100.0}) {
+            ASSERT_EQ(scalar<float>(static_cast<float>(value)),
+                      streamed(static_cast<float>(value)));
+        }
+    }
+}
+
 TEST(FieldWriters, integersAreDecimal) {
     EXPECT_EQ(scalar<int>(-2147483647 - 1), ",-2147483648");
     EXPECT_EQ(scalar<int>(500), ",500");
@@ -1305,7 +1366,7 @@ TEST(FieldWriters, integersAreDecimal) {
 }
 
 TEST(FieldWriters, aValueThatIsGivenLeavesTheCursorAlone) {
-    OpenRecord record(hex("01 02 03 04"));
+    OpenRecord record(bytesOf("01 02 03 04"));
     std::ostringstream os;
     record.writeScalar<bool>(true, os);
     record.writeScalar<float>(1, os);
@@ -1317,7 +1378,7 @@ TEST(FieldWriters, aValueThatIsGivenLeavesTheCursorAlone) {
 }
 
 TEST(FieldWriters, anUnsignedShortIsReadWrittenAndReturned) {
-    OpenRecord record(hex("01 02 FF FF 07"));
+    OpenRecord record(bytesOf("01 02 FF FF 07"));
     std::ostringstream os;
     EXPECT_EQ(record.writeScalar<unsigned short>(os), 258);
     EXPECT_EQ(record.position, 2U);
@@ -1330,7 +1391,7 @@ TEST(FieldWriters, anUnsignedShortIsReadWrittenAndReturned) {
 }
 
 TEST(FieldWriters, writeInt8WritesASignedNumberAndNeverACharacter) {
-    OpenRecord record(hex("FF 41 80"));
+    OpenRecord record(bytesOf("FF 41 80"));
     std::ostringstream os;
     EXPECT_EQ(record.writeInt8(os), -1);
     EXPECT_EQ(record.position, 1U);
@@ -1342,7 +1403,7 @@ TEST(FieldWriters, writeInt8WritesASignedNumberAndNeverACharacter) {
 }
 
 TEST(FieldWriters, writeUint8WritesAnUnsignedNumberAndNeverACharacter) {
-    OpenRecord record(hex("FF 41"));
+    OpenRecord record(bytesOf("FF 41"));
     std::ostringstream os;
     EXPECT_EQ(record.writeUint8(os), 255);
     EXPECT_EQ(record.position, 1U);
@@ -1354,7 +1415,7 @@ TEST(FieldWriters, writeUint8WritesAnUnsignedNumberAndNeverACharacter) {
 
 /// What writeString writes of the bytes, and where it leaves the cursor.
 std::pair<std::string, size_t> stringOf(const std::string& bytes, unsigned short length) {
-    OpenRecord record(hex(bytes));
+    OpenRecord record(bytesOf(bytes));
     const std::string text = written([&](std::ostream& os) { record.writeString(os, length); });
     return {text, record.position};
 }
@@ -1376,7 +1437,7 @@ TEST(FieldWriters, writeStringEndsAtTheEndOfTheRecordIfNoZeroByteIsMet) {
 }
 
 TEST(FieldWriters, writeStringBeginsAtTheCursor) {
-    OpenRecord record(hex("41 42 00 43 44 00"));
+    OpenRecord record(bytesOf("41 42 00 43 44 00"));
     record.position = 3;
     EXPECT_EQ(written([&](std::ostream& os) { record.writeString(os, 2); }), ",CD");
     EXPECT_EQ(record.position, 5U);
@@ -1395,13 +1456,13 @@ TEST(UnknownRecord, hasOneColumn) {
 
 TEST(UnknownRecord, itsRowIsADumpOfAllItsBytesWithoutAComma) {
     // The three bytes 0AFF0000 of the time are 184,483,840 ms: 51 h 14 min 43 s and 840 ms.
-    const std::shared_ptr<DataRecord> record = decoded(hex("20 0A FF"));
+    const std::shared_ptr<DataRecord> record = decoded(bytesOf("20 0A FF"));
     EXPECT_EQ(lineOf(*record), "1984-01-01 51:14:43.84020 0a ff \n");
     EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "20 0a ff ");
 }
 
 TEST(UnknownRecord, itsDumpCoversTypeCodeTimestampAndPayload) {
-    const auto record = decoded(hex("10 01 BC 2B 0D 32 2D 00 7F"));
+    const auto record = decoded(bytesOf("10 01 BC 2B 0D 32 2D 00 7F"));
     EXPECT_EQ(lineOf(*record), "2019-03-03 08:05:09.510 01 bc 2b 0d 32 2d 00 7f \n");
 }
 
@@ -1419,7 +1480,7 @@ TEST(UnknownRecord, itsDumpShowsEveryByteAsTwoLowercaseDigits) {
 }
 
 TEST(UnknownRecord, canBeWrittenAnyNumberOfTimes) {
-    const auto record = decoded(hex("20 0A FF"));
+    const auto record = decoded(bytesOf("20 0A FF"));
     for (int times = 0; times < 3; ++times) {
         EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "20 0a ff ");
         EXPECT_EQ(positionOf(*record), 3U) << "the end of the record";
@@ -1427,7 +1488,7 @@ TEST(UnknownRecord, canBeWrittenAnyNumberOfTimes) {
 }
 
 TEST(UnknownRecord, leavesTheStreamInHexadecimalWithFillZero) {
-    const auto record = decoded(hex("20"));
+    const auto record = decoded(bytesOf("20"));
     std::ostringstream os;
     record->writeCSVTimestampedData(os);
     EXPECT_EQ(os.flags() & std::ios::basefield, std::ios::hex);
@@ -1435,8 +1496,8 @@ TEST(UnknownRecord, leavesTheStreamInHexadecimalWithFillZero) {
 }
 
 TEST(UnknownRecord, theNextRecordsIntegersAreDecimalAgain) {
-    const auto unknown = decoded(hex("20"));
-    const auto current = decoded(recordHead(8, {}) + hex("00 00 01 F4"));
+    const auto unknown = decoded(bytesOf("20"));
+    const auto current = decoded(recordHead(8, {}) + bytesOf("00 00 01 F4"));
     std::ostringstream os;
     for (int times = 0; times < 2; ++times) {
         unknown->writeCSVTimestampedData(os);
@@ -1551,7 +1612,7 @@ TEST_P(EveryType, aCopyHasTheFieldsOfItsRecordAndOutlivesIt) {
     EXPECT_TRUE(copy->interpreted);
     EXPECT_EQ(copy->datestamp, "2019-03-03 08:05:09.5");
     EXPECT_EQ(copy->recordType(), GetParam().type);
-    EXPECT_EQ(bytesOf(*copy), record(printablePayload()));
+    EXPECT_EQ(dataOf(*copy), record(printablePayload()));
     EXPECT_EQ(lineOf(*copy), line);
 }
 

@@ -3,6 +3,7 @@
 #include "DataRecord.h"
 #include "LogBuilder.h"
 #include "ProgramRun.h"
+#include "RecordReading.h"
 
 #include <filesystem>
 #include <fstream>
@@ -326,10 +327,7 @@ TEST_F(SynopsisTest, initializeForgetsAllReadings) {
 
 /// The only record of a log, decoded.
 std::shared_ptr<DataRecord> decoded(const LogBuilder& log) {
-    std::istringstream stream(log.bytes());
-    std::shared_ptr<DataRecord> record = DataRecord::factory(stream);
-    record->interpret();
-    return record;
+    return readRecord(log.bytes());
 }
 
 void writeRow(const LogBuilder& log) {
