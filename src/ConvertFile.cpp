@@ -129,8 +129,7 @@ int ConvertFile::convert() {
             break;
         case DataRecord::dynamicInfoRecordId:
         case DataRecord::dynamicInfoWithAddressRecordId: {
-            const bool wanted = detailEnabled || dynamicInfoEnabled || wideEnabled;
-            const std::string_view fields = wanted ? fieldsOf(*record) : std::string_view();
+            const std::string_view fields = fieldsOf(*record);
             writeDetail(*record, fields, detailStream);
             record->writeCSVTimestampedData(globalDynamicInfoStream, fields);
             wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record), fields);
@@ -177,7 +176,8 @@ int ConvertFile::convert() {
 }
 
 std::string_view ConvertFile::fieldsOf(DataRecord& record) {
-    fieldStream.str({});
+    static const std::string empty; // an lvalue: assigning it keeps the stream's memory
+    fieldStream.str(empty);
     record.writeBasicCSV(fieldStream);
     return fieldStream.view();
 }

@@ -30,9 +30,8 @@ public:
     static std::string startDatestamp;
     static std::string endDatestamp;
 
-    /// Sets the flags of an output option ("--detail", "--soc", "-s", "--dynamicInfo", "-d",
-    /// "--wide",
-    /// "-w", "--all", "-a"). The detail outputs have no short form. Any other word sets nothing.
+    /// Sets the flags of an output option: "--detail" (which has no short form), "--soc" or "-s",
+    /// "--dynamicInfo" or "-d", "--wide" or "-w", "--all" or "-a". Any other word sets nothing.
     static void enable(const std::string& word);
 
     /// Chooses "wide.csv" alone.

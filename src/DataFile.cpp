@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <iostream>
+#include <utility>
 
 DataFile::DataFile(const std::string& path) : inputFilename(path) {
     std::ifstream stream(inputFilename, std::ios::in | std::ios::binary);

@@ -61,9 +61,11 @@ char* writeTwoDigits(char* to, unsigned number) {
 
 /// The decimal digits of a number below 10^6, each in a byte of its own, the first one lowest.
 uint64_t sixDigits(uint64_t number) {
-    const uint64_t pairs =
-        number / 10000 | (number / 100 % 100) << 16 | (number % 100) << 32; // each below 100
-    const uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F; // x * 103 / 1024 is x / 10
+    const uint64_t hundreds = number / 100;
+    const uint64_t first = hundreds / 100;
+    const uint64_t pairs = first | (hundreds - first * 100) << 16 | (number - hundreds * 100) << 32;
+    const uint64_t tens =
+        (pairs * 103 >> 10) & 0x000F000F000F; // x * 103 / 1024 is x / 10 below 100
     return tens | (pairs - tens * 10) << 8;
 }
 
@@ -90,10 +92,8 @@ char* writeFixed(char* to, float value) {
     exponent += magnitude >= powers[exponent + 1 - smallestExponent] ? 1 : 0;
 
     const double scaled = magnitude * scales[exponent - smallestExponent];
-    auto number = static_cast<unsigned>(scaled);
-    const double rest = scaled - number;
-    const bool up = (rest > 0.5) | ((rest == 0.5) & (number % 2 == 1)); // without a branch
-    number += up ? 1 : 0;
+    // The sum has no room for a fraction: it is rounded, and its lowest bits are the integer.
+    uint64_t number = std::bit_cast<uint64_t>(scaled + 0x1p52) & 0xFFFFFFFF;
     if (number == 1000000) { // rounded up to the next power of ten
         number = 100000;
         ++exponent;
@@ -173,10 +173,10 @@ namespace {
 constexpr uint8_t dle = 0x10;
 constexpr uint8_t etx = 0x03;
 
-/// The next byte of the stream. At the stream's end this is 0xFF, which becomes a data byte of the
-/// last record like any other: the outputs have always been so. A failing read ends the stream in
-/// the same way, since a loop that waits for end of file would otherwise never end; it also marks
-/// the stream bad.
+/// The next byte of the stream. At the stream's end this is 0xFF, which, but for one behind a DLE,
+/// becomes a data byte of the last record like any other: the outputs have always been so. A
+/// failing read ends the stream in the same way, since a loop that waits for end of file would
+/// otherwise never end; it also marks the stream bad.
 ///
 /// Taken from the stream's buffer: the stream's own read operations cost more for each byte than
 /// all that is done with it.
@@ -384,9 +384,8 @@ std::string DataRecord::interpretDate() {
         ++year;
     }
     unsigned short month = January;
-    while (days >= daysPerMonth(month, year)) {
-        days = static_cast<unsigned short>(days - daysPerMonth(month, year));
-        ++month;
+    for (unsigned short length = 0; days >= (length = daysPerMonth(month, year)); ++month) {
+        days = static_cast<unsigned short>(days - length);
     }
     char text[Datestamp::maximumLength];
     char* end = writePadded(text, year);
@@ -427,25 +426,20 @@ bool DataRecord::isLeapYear(unsigned short year) {
 }
 
 unsigned short DataRecord::daysPerMonth(unsigned short month, unsigned short year) {
-    switch (month) {
-    case February:
-        return isLeapYear(year) ? 29 : 28;
-    case April:
-    case June:
-    case September:
-    case November:
-        return 30;
-    default: // the long months, and month 13 of the first day of a year
-        return 31;
+    // Any other number has 31 days, above all month 13 of the first day of a year.
+    static constexpr unsigned short days[] = {31, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (month == February && isLeapYear(year)) {
+        return 29;
     }
+    return month <= December ? days[month] : 31;
 }
 
 // =================================================================================================
 // DataRecord: CSV lines
 //
-// The writers test the stream before each piece: writing to a stream that was never opened fails at
-// the datestamp, and the data fields behind it are then not asked for. Outputs that are not wanted
-// are skipped in this way.
+// The writers of whole lines and of their parts write nothing to a stream that has failed. Writing
+// to one that was never opened fails at the datestamp, and the data fields behind it are then not
+// asked for. Outputs that are not wanted are skipped in this way.
 // =================================================================================================
 
 Header& DataRecord::header() {
@@ -668,8 +662,8 @@ void StaticInfoDataRecordWithModuleAddress::interpretPayload() {
 // 2 and 14: DynamicInfoDataRecord
 //
 // W is 2 in a record of 35 bytes in all and 4 in every other: older firmware logged the current in
-// 16 bits, and the record does not say so. A record with a module address therefore always has a
-// current of 32 bits.
+// 16 bits, and the record does not say so. A whole record with a module address is longer by that
+// byte, so its current is always one of 32 bits.
 //
 // Offset  Size  Type     Field            Unit                 Column
 //      0     2           (a word)
@@ -729,7 +723,7 @@ void DynamicInfoDataRecord::interpretPayload() {
     }
     for (float& temperature : cellTemperature) {
         temperature = static_cast<float>(fromBigEndian<uint16_t>() / 10.0 - 273.15);
-        // 4000 degrees are meant as they stand: only the lower bound tells a broken sensor.
+        // 4000 degrees are meant as they stand.
         if (temperature < -40.0F || temperature > 4000.0F) {
             plausible = false;
         }
@@ -1476,5 +1470,7 @@ void WideDataRecord::writeTriState(TriState value, std::ostream& os) const {
 }
 
 void WideDataRecord::writeFault(const FaultDataRecord& fault, std::ostream& os) const {
-    os << ',' << fault.additional_information;
+    FieldText field;
+    field.add(fault.additional_information);
+    os << field.text();
 }

@@ -59,9 +59,8 @@ private:
 
 std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp);
 
-/// A record's bytes: a growable array that holds the usual record within itself and takes a heap
-/// block for a longer one only, since a heap block for each of a million records costs more than
-/// its bytes.
+/// A record's bytes: an array that holds the usual record within itself and takes a heap block for
+/// a longer one only, since a heap block for each of a million records costs more than its bytes.
 class RecordBytes {
 public:
     RecordBytes() = default;
@@ -133,7 +132,7 @@ private:
 /// too short to hold reads as 0.
 ///
 /// Records know nothing of framing but for the stream factory, and nothing of files: they write to
-/// the stream they are given. All writers write nothing to a stream that has failed.
+/// the stream they are given.
 ///
 /// The decoded fields of the derived classes are public data, meant to be read.
 class DataRecord {
@@ -193,8 +192,8 @@ public:
     ///
     /// The result is empty only if the stream was at end of file on entry. A frame without any data
     /// byte gives an UnknownDataRecord without bytes. A read that meets the end of the stream
-    /// counts as a data byte 0xFF; a read that fails ends the stream in the same way and marks it
-    /// bad.
+    /// counts as a data byte 0xFF, but for one right behind a DLE, which is dropped with it; a read
+    /// that fails ends the stream in the same way and marks it bad.
     static std::shared_ptr<DataRecord> factory(std::istream& stream);
 
     /// An empty record of the class that belongs to the type code.
@@ -350,6 +349,9 @@ public:
     void writeBasicCSV(std::ostream& os) override;
     virtual uint8_t moduleId() const;
 
+    /// The text at position up to its zero byte; moves position by length.
+    std::string interpretString(unsigned short length);
+
     uint16_t moduleAddress = 1;
     uint16_t cycleCount = 0;
     uint16_t manufactureDate = 0; // the controller's code, not decoded
@@ -360,9 +362,6 @@ public:
     uint16_t temperatureSensors = 0; // as the log says, unlike the constant of the same name
     float cumulativeChargeAs = 0;    // ampere-seconds
     float cumulativeDischargeAs = 0; // ampere-seconds
-
-private:
-    std::string interpretString(unsigned short length);
 };
 
 /// The same with a payload that begins with the module address.
@@ -427,7 +426,7 @@ public:
     void interpretCommunicationFault(unsigned short bits, std::ostream& out);
     void interpretFeatureFault(unsigned short bits, std::ostream& out);
 
-    // The names that the controller's CANopen heritage gives these two.
+    // Named as the controller names them.
     uint16_t error_register = 0;          // the fault category
     uint16_t additional_information = 0;  // the active faults, a bit each
     std::map<uint8_t, uint16_t> faultMap; // once decoded, the one category and its faults

@@ -8,36 +8,40 @@ Header::Header(std::initializer_list<const char*> names) {
     }
 }
 
-Header::ColumnNames& Header::ownColumnNames() {
-    if (!columnNames) {
-        columnNames = std::make_shared<ColumnNames>();
-    } else if (columnNames.use_count() > 1) {
-        columnNames = std::make_shared<ColumnNames>(*columnNames);
+Header::List& Header::ownList() {
+    if (!list) {
+        list = std::make_shared<List>();
+    } else if (list.use_count() > 1) {
+        list = std::make_shared<List>(*list);
     }
-    return *columnNames;
+    return *list;
 }
 
 void Header::addName(const std::string& name) {
-    ownColumnNames().push_back(name);
+    List& own = ownList();
+    if (!own.columnNames.empty()) {
+        own.text += ',';
+    }
+    own.text += name;
+    own.columnNames.push_back(name);
 }
 
 void Header::addAll(const Header& other) {
-    if (other.empty()) {
-        return;
-    }
     if (empty()) {
-        columnNames = other.columnNames;
+        list = other.list;
         return;
     }
-    // Holding the other list makes a header that is added to itself copy its own list first, so
-    // that the range which is inserted stays valid.
-    const std::shared_ptr<const ColumnNames> added = other.columnNames;
-    ColumnNames& own = ownColumnNames();
-    own.insert(own.end(), added->begin(), added->end());
+    // Held meanwhile: a header that is added to itself then changes a copy of its list.
+    const std::shared_ptr<const List> added = other.list;
+    if (added) {
+        for (const std::string& name : added->columnNames) {
+            addName(name);
+        }
+    }
 }
 
 size_t Header::size() const {
-    return columnNames ? columnNames->size() : 0;
+    return list ? list->columnNames.size() : 0;
 }
 
 bool Header::empty() const {
@@ -45,10 +49,8 @@ bool Header::empty() const {
 }
 
 void Header::write(std::ostream& os) const {
-    const char* separator = "";
-    for (size_t each = 0; each < size(); ++each) {
-        os << separator << (*columnNames)[each];
-        separator = ",";
+    if (list) {
+        os << list->text;
     }
 }
 

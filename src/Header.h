@@ -39,8 +39,13 @@ public:
     void writeColumnName(std::ostream& os, const std::string& name) const;
 
 private:
-    /// The list, made sure to be this header's own.
-    ColumnNames& ownColumnNames();
+    struct List {
+        ColumnNames columnNames;
+        std::string text; // the names as write() writes them: header lines are frequent
+    };
 
-    std::shared_ptr<ColumnNames> columnNames; // null while the list is empty
+    /// The list, made sure to be this header's own.
+    List& ownList();
+
+    std::shared_ptr<List> list; // null while there are no names
 };
