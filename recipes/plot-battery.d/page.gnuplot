@@ -1,11 +1,11 @@
 # Draws the tables that tables.awk makes, in the working directory, to the directory above it.
-# format is svg, png or pdf, name the battery's. Colours are those of Okabe and Ito, which colour-blind
+# format is svg, png or pdf, name the battery's, recipe this directory. Colours are those of Okabe and Ito, which colour-blind
 # people can tell apart.
 
 black = 0x000000; orange = 0xE69F00; sky = 0x56B4E9; green = 0x009E73
 yellow = 0xF0E442; blue = 0x0072B2; vermilion = 0xD55E00; purple = 0xCC79A7
 grey = 0xBBBBBB
-array cellColour[7] = [blue, orange, green, vermilion, sky, purple, black]
+array cellColour[7] = [black, orange, sky, green, purple, blue, vermilion]
 
 kinds = "starting run charge charged interlock protection firmware sleep unknown heater balancing fault"
 array kindColour[12] = [grey, sky, green, yellow, orange, vermilion, purple, black, grey, orange, blue, vermilion]
@@ -18,6 +18,7 @@ rows = "'system state' heater balancing 'general faults' 'current faults' 'volta
 rowOf(row) = sum [i = 1:10] (word(rows, i) eq row ? i : 0)
 
 # Points of a screen of 1200 x 1100; PDF has 72 points to an inch.
+small = ",".(format eq "svg" ? "10" : format eq "png" ? "8" : "7.3")
 line = format eq "pdf" ? 0.8 : 1.3
 if (format eq "svg") set terminal svg size 1200,1100 font "DejaVu Sans,12" background "white" noenhanced
 if (format eq "png") set terminal pngcairo size 1200,1100 font "DejaVu Sans,9.5" background "white" noenhanced
@@ -84,9 +85,9 @@ do for [module in modules] {
     set ytics 25
     set ylabel "State of\ncharge (%)" offset screen -0.004, 0
     plot data using 1:5 with lines linewidth line linecolor rgb blue title "soc", \
-        "" using 1:($16 == 1 ? $5 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb blue notitle, \
+        "" using 1:($16 == 1 ? $5 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb blue notitle, \
         "" using 1:6 with lines linewidth line linecolor rgb orange title "dsoc", \
-        "" using 1:($16 == 1 ? $6 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb orange notitle
+        "" using 1:($16 == 1 ? $6 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb orange notitle
     unset x2tics
     unset label 1
     unset label 2
@@ -99,10 +100,9 @@ do for [module in modules] {
     set yrange [lowEnd(STATS_min, STATS_max, 20) : highEnd(STATS_min, STATS_max, 20)]
     set ytics autofreq
     set ylabel "Current (A)\n+ charges"
-    set arrow 1 from graph 0, first 0 to graph 1, first 0 nohead back linecolor rgb "#999999" linewidth 0.8
-    plot data using 1:4 with lines linewidth line linecolor rgb blue title "current", \
-        "" using 1:($16 == 1 ? $4 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb blue notitle
-    unset arrow 1
+    plot 0 with lines linecolor rgb "#999999" linewidth 0.8 notitle, \
+        data using 1:4 with lines linewidth line linecolor rgb blue title "current", \
+        "" using 1:($16 == 1 ? $4 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb blue notitle
 
     eval place(0.685, 0.075)
     eval legend(0.685)
@@ -111,7 +111,7 @@ do for [module in modules] {
     set yrange [lowEnd(STATS_min, STATS_max, 1) : highEnd(STATS_min, STATS_max, 1)]
     set ylabel "Pack\nvoltage (V)"
     plot data using 1:3 with lines linewidth line linecolor rgb blue title "pack", \
-        "" using 1:($16 == 1 ? $3 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb blue notitle
+        "" using 1:($16 == 1 ? $3 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb blue notitle
 
     eval place(0.600, 0.145)
     eval legend(0.600)
@@ -124,8 +124,10 @@ do for [module in modules] {
     }
     set yrange [lowEnd(low, high, 0.1) : highEnd(low, high, 0.1)]
     set ylabel "Cell\nvoltages (V)"
-    plot for [i = 1:7] data using 1:(column(6 + i)) with lines linewidth line linecolor rgb cellColour[i] title "cell ".i, \
-        for [i = 1:7] "" using 1:($16 == 1 ? column(6 + i) : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb cellColour[i] notitle
+    set format y "%.2f"
+    plot for [i = 1:7] data using 1:(column(6 + i)) with lines linewidth 0.75 * line linecolor rgb cellColour[i] title "cell ".i, \
+        for [i = 1:7] "" using 1:($16 == 1 ? column(6 + i) : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb cellColour[i] notitle
+    set format y "%g"
 
     eval place(0.445, 0.075)
     eval legend(0.445)
@@ -133,8 +135,8 @@ do for [module in modules] {
     stats data using 14 nooutput
     set yrange [0 : STATS_max > 10 ? STATS_max * 1.1 : 10]
     set ylabel "Imbalance\n(mV)"
-    plot data using 1:14 with lines linewidth line linecolor rgb vermilion title "highest −\nlowest cell", \
-        "" using 1:($16 == 1 ? $14 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb vermilion notitle
+    plot data using 1:14 with lines linewidth line linecolor rgb vermilion title "imbalance", \
+        "" using 1:($16 == 1 ? $14 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb vermilion notitle
 
     eval place(0.360, 0.075)
     eval legend(0.360)
@@ -142,10 +144,9 @@ do for [module in modules] {
     stats data using 15 nooutput
     set yrange [lowEnd(STATS_min, STATS_max, 5) : highEnd(STATS_min, STATS_max, 5)]
     set ylabel "Temperature\n(°C)"
-    set arrow 1 from graph 0, first 0 to graph 1, first 0 nohead back linecolor rgb "#999999" linewidth 0.8
-    plot data using 1:15 with lines linewidth line linecolor rgb vermilion title "cells", \
-        "" using 1:($16 == 1 ? $15 : NaN) with points pointtype 7 pointsize 0.5 linecolor rgb vermilion notitle
-    unset arrow 1
+    plot 0 with lines linecolor rgb "#999999" linewidth 0.8 notitle, \
+        data using 1:15 with lines linewidth line linecolor rgb vermilion title "cells", \
+        "" using 1:($16 == 1 ? $15 : NaN) with points pointtype 7 pointsize 0.7 linecolor rgb vermilion notitle
 
     # Bands. A band of a moment still shows, as thin as its border.
     eval place(0.272, 0.185)
@@ -158,17 +159,17 @@ do for [module in modules] {
     set xlabel "time of day" offset 0, 0.4
     set label 3 "state colours" at screen left, 0.02 right offset -1, 0
     do for [i = 1:8] {
-        x = left + (i - 1) * 0.104
+        x = left + real(word("0 0.085 0.145 0.22 0.34 0.465 0.57 0.71", i))
         set object 1000 + i rectangle from screen x, 0.013 to screen x + 0.014, 0.027 \
             fillcolor rgb kindColour[i] fillstyle solid noborder
         set label 10 + i kindText[i] at screen x + 0.018, 0.02 left
     }
-    character = (width + 2 * margin) * 0.0082
-    plot bandFile using 2:(rowOf(strcol(1))):2:3:(rowOf(strcol(1)) - 0.36):(rowOf(strcol(1)) + 0.36):(colourOf(strcol(6))) \
+    faults = sprintf("< awk -v width=%f -f '%s/labels.awk' %s | awk -F '\t' ", width + 2 * margin, recipe, bandFile)
+    # One band above the panel, which is not seen: gnuplot complains of an empty table.
+    plot "< printf 'none\\t0\\t0\\t\\t\\tsleep\\t\\n' | cat - ".bandFile using 2:(rowOf(strcol(1))):2:3:(rowOf(strcol(1)) - 0.36):(rowOf(strcol(1)) + 0.36):(colourOf(strcol(6))) \
             with boxxyerror fillstyle solid 1.0 border linewidth 0.6 linecolor rgb variable, \
-        "< awk -F '\t' '$6 == \"fault\" && (!($1 in x) || $2 > x[$1]) { print; x[$1] = $3 + (length($7) + 1) * ".sprintf("%f", character)." }' ".bandFile \
-            using 3:(rowOf(strcol(1))):7 with labels left offset 0.4, 0 font ",".(format eq "svg" ? "10" : format eq "png" ? "8" : "7")
-
+        faults."'$8 == \"left\"'" using 3:(rowOf(strcol(1))):7 with labels left offset 0.4, 0 font small, \
+        faults."'$8 == \"right\"'" using 2:(rowOf(strcol(1))):7 with labels right offset -0.4, 0 font small
     unset multiplot
     do for [i = 1:8] { unset object 1000 + i; unset label 10 + i }
     unset label 3

@@ -6,7 +6,7 @@
 # the stretches, with a narrow strip between two of them. All tables are separated by tabs:
 #   stretches     x-from x-to from to
 #   ticks         x label (hours; the date at midnight)
-#   dates         x label (above the stretches)
+#   dates         x label (above the stretches; the year where it changes)
 #   modules       module samples from to state-of-health charged-Ah discharged-Ah
 #   module-N      x time pack-voltage current soc dsoc cell-1 ... cell-7 imbalance-mV temperature alone
 #                 an empty line where the module was silent; alone is 1 for a sample between two
@@ -64,7 +64,7 @@ function layOut(s, total, strip, x, step, t, steps, n, lastX, lastLabel) {
     # As many ticks as there is room for.
     n = split("300 600 1800 3600 7200 10800 21600 43200 86400 172800 604800 2592000", steps, " ")
     for (s = 1; s <= n; s++) if (total / (step = steps[s]) <= 20) break
-    lastX = lastLabel = -width
+    none = lastX = lastLabel = -2 * width - 1 # far enough to the left
     for (s = 1; s <= stretches; s++) {
         for (t = step * int((from[s] + step - 0.001) / step); t <= to[s]; t += step) {
             x = xFrom[s] + t - from[s]
@@ -72,12 +72,15 @@ function layOut(s, total, strip, x, step, t, steps, n, lastX, lastLabel) {
             print x, t % 86400 ? clock(t) : date(t) > "ticks"
             lastX = x
         }
-        if (xFrom[s] - lastLabel < width * 0.085) continue
-        print xFrom[s] + 0, date(from[s]) " " year > "dates"
+        if (xFrom[s] - lastLabel < width * room) continue
+        label = date(from[s])
+        room = year == labelled ? 0.065 : 0.105
+        print xFrom[s] + 0, label (year == labelled ? "" : " " year) > "dates"
+        labelled = year
         lastLabel = xFrom[s]
     }
     # Too short for a tick: the beginning tells the time.
-    if (lastX < 0) for (s = 1; s <= stretches; s++) {
+    if (lastX == none) for (s = 1; s <= stretches; s++) {
         if (xFrom[s] - lastX < width * 0.042) continue
         print xFrom[s] + 0, clock(from[s]) > "ticks"
         lastX = xFrom[s]
