@@ -6,16 +6,16 @@
 #   time state name
 # Rows that are cut off, and measurements that no battery gives, are left out.
 
-# Month 13 is how the controller's calendar calls the first of January of the following year; hours
+# Counts years from March to February, with the leap day at their end, so that month 13, as the
+# controller's calendar calls the first of January of the following year, is that day by itself. Hours
 # above 23 are those of the following days.
-function seconds(stamp, part, year, month, shifted) {
+function seconds(stamp, part, year, month) {
     split(stamp, part, /[- :.]/)
-    year = part[1]; month = part[2] + 0
-    if (month == 13) { year++; month = 1 }
-    shifted = month > 2 ? month - 3 : month + 9 # years that begin in March end with the leap day
-    if (month <= 2) year--
+    year = part[1]
+    month = part[2] - 3
+    if (month < 0) { month += 12; year-- }
     return 86400 * (365 * year + int(year / 4) - int(year / 100) + int(year / 400) \
-        + int((153 * shifted + 2) / 5) + part[3] - 719469) \
+        + int((153 * month + 2) / 5) + part[3] - 719469) \
         + 3600 * part[4] + 60 * part[5] + part[6] + part[7] / 1000
 }
 

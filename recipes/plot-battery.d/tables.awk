@@ -69,7 +69,7 @@ function layOut(s, total, strip, x, step, t, steps, n, lastX, lastLabel) {
         for (t = step * int((from[s] + step - 0.001) / step); t <= to[s]; t += step) {
             x = xFrom[s] + t - from[s]
             if (x - lastX < width * 0.042) continue
-            print x, t % 86400 ? clock(t) : date(t) > "ticks"
+            print x, (t % 86400 ? clock(t) : date(t)) > "ticks"
             lastX = x
         }
         if (xFrom[s] - lastLabel < width * room) continue
@@ -99,7 +99,7 @@ function begin(key, kind, label, time) {
 function end(key, time, part) {
     if (!(key in bandKind)) return
     split(key, part, SUBSEP)
-    # The x of the beginning lies in the same stretch.
+    # A band lies in one stretch.
     x = xFrom[stretch] + bandFrom[key] - from[stretch]
     bands[part[1]] = bands[part[1]] part[2] "\t" x "\t" place(time) "\t" stamp(bandFrom[key]) \
         "\t" stamp(time) "\t" bandKind[key] "\t" bandLabel[key] "\n"
