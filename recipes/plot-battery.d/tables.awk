@@ -96,7 +96,7 @@ function begin(key, kind, label, time) {
     bandFrom[key] = time
 }
 
-function end(key, time, part) {
+function end(key, time, part, x) {
     if (!(key in bandKind)) return
     split(key, part, SUBSEP)
     # A band lies in one stretch.
@@ -142,7 +142,7 @@ BEGIN {
     printf "" > "modules"
 }
 
-FILENAME == "events" && !second && NR > 1 && FNR == 1 { second = 1; layOut(); lastTime = "" }
+NR > 1 && FNR == 1 { second = 1; layOut(); lastTime = "" }
 
 !second {
     if (!stretches || $1 - lastTime > gap) {
