@@ -917,7 +917,8 @@ TEST(Timestamps, leapYearsAreTheYearsDivisibleByFourWithoutACenturyRule) {
 TEST(Timestamps, monthsHaveTheirLengthsAndAnyOtherNumberHas31Days) {
     constexpr unsigned short lengths[] = {31, 31, 28, 31, 30, 31, 30, 31,
                                           31, 30, 31, 30, 31, 31, 31};
-    for (unsigned short month = 0; month < std::size(lengths); ++month) {
+    constexpr unsigned short count = std::size(lengths);
+    for (unsigned short month = 0; month < count; ++month) {
         EXPECT_EQ(DataRecord::daysPerMonth(month, 2019), lengths[month]) << month;
         EXPECT_EQ(DataRecord::daysPerMonth(month, 2020), month == 2 ? 29 : lengths[month]) << month;
     }

@@ -1283,8 +1283,8 @@ TEST_F(EndToEndTest, everyLineIsWrittenOnItsOwn) {
     for (const auto& [name, count] : lines) {
         const ProgramResult result =
             runProgram({"sh", "-c",
-                        "ASAN_OPTIONS=detect_leaks=0 exec strace --quiet=all --output=trace "
-                        "--trace=write,writev --trace-path=\"$1\" \"$0\" logs --all >console",
+                        ("ASAN_OPTIONS=detect_leaks=0 exec strace --quiet=all --output=trace "
+                         "--trace=write,writev --trace-path=\"$1\" \"$0\" logs --all >console"),
                         toolPath(), directory.path() / name},
                        directory.path());
         EXPECT_EQ(result.status, 0) << result.err;
