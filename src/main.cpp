@@ -77,6 +77,9 @@ int convertSingleFile(const std::string& path) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    // The C library, through which the streams would write otherwise, gives up a write that a
+    // signal interrupts.
+    std::ios::sync_with_stdio(false);
     Options options;
     options.parseArguments(argumentCount, const_cast<const char**>(arguments));
     const std::string path = options.path();

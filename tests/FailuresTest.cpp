@@ -435,8 +435,10 @@ protected:
         long result;
     };
 
-    /// Converts with a failure injected into the calls that touch one of the files.
-    Outcome convertWith(const std::string& injection, const std::vector<std::string>& files) {
+    /// Converts with a failure injected into the calls that touch one of the files. A wrapper is a
+    /// program that starts the tool.
+    Outcome convertWith(const std::string& injection, const std::vector<std::string>& files,
+                        const std::vector<std::string>& wrapper = {}) {
         // strace and the leak detection can't both trace the tool.
         std::vector<std::string> prefix = {"env",    "ASAN_OPTIONS=detect_leaks=0",
                                            "strace", "-f",
@@ -451,6 +453,7 @@ protected:
             prefix.push_back(canonical / file);
         }
         prefix.emplace_back("--");
+        prefix.insert(prefix.end(), wrapper.begin(), wrapper.end());
         return convert(prefix);
     }
 
@@ -497,6 +500,23 @@ TEST_F(SystemCalls, interruptedWritesChangeNothing) {
     EXPECT_TRUE(injected());
     expectUndisturbed(convertWith("write,writev:error=EINTR:when=2+2", files), undisturbed);
     EXPECT_TRUE(injected());
+}
+
+TEST_F(SystemCalls, interruptedWritesToTheStandardStreamsChangeNothing) {
+    directory.write("A.LOG", mixedLog());
+    fs::create_symlink("nowhere", path("B.LOG")); // has something to say on standard error
+    const Outcome undisturbed = convert();
+    const std::vector<std::string> wrapper = {"sh", "-c", "exec \"$@\" >progress 2>errors", "sh"};
+    for (const char* which : {"1+2", "2+2"}) {
+        SCOPED_TRACE(which);
+        directory.write("progress", "");
+        directory.write("errors", "");
+        convertWith(std::string("write,writev:error=EINTR:when=") + which, {"progress", "errors"},
+                    wrapper);
+        EXPECT_TRUE(injected());
+        EXPECT_EQ(directory.read("progress"), undisturbed.result.out);
+        EXPECT_EQ(directory.read("errors"), undisturbed.result.err);
+    }
 }
 
 // Whichever read fails: the log ends in front of it, as a log does that was cut off there.
