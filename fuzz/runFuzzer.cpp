@@ -216,7 +216,12 @@ const Scratch& scratch() {
 /// Catches what is written to standard output and standard error while it lives.
 class Console {
 public:
-    Console() : formerOut(std::cout.rdbuf(out.rdbuf())), formerErr(std::cerr.rdbuf(err.rdbuf())) {}
+    Console() {
+        // What the run does first; the first time gives the streams their buffers anew.
+        std::ios::sync_with_stdio(false);
+        formerOut = std::cout.rdbuf(out.rdbuf());
+        formerErr = std::cerr.rdbuf(err.rdbuf());
+    }
     ~Console() {
         std::cout.rdbuf(formerOut);
         std::cerr.rdbuf(formerErr);
@@ -228,8 +233,8 @@ public:
     std::ostringstream err;
 
 private:
-    std::streambuf* formerOut;
-    std::streambuf* formerErr;
+    std::streambuf* formerOut = nullptr;
+    std::streambuf* formerErr = nullptr;
 };
 
 /// Puts what lives as long as the process back to its state at program start.
