@@ -1,6 +1,7 @@
 #include "Header.h"
 
 #include <ostream>
+#include <utility>
 
 Header::Header(std::initializer_list<const char*> names) {
     for (const char* name : names) {
@@ -8,11 +9,31 @@ Header::Header(std::initializer_list<const char*> names) {
     }
 }
 
+Header::Header(const Header& other) : list(other.list) {
+    if (list != nullptr) {
+        ++list->users;
+    }
+}
+
+Header::Header(Header&& other) noexcept : list(std::exchange(other.list, nullptr)) {}
+
+Header& Header::operator=(Header other) noexcept {
+    std::swap(list, other.list);
+    return *this;
+}
+
+Header::~Header() {
+    if (list != nullptr && --list->users == 0) {
+        delete list;
+    }
+}
+
 Header::List& Header::ownList() {
-    if (!list) {
-        list = std::make_shared<List>();
-    } else if (list.use_count() > 1) {
-        list = std::make_shared<List>(*list);
+    if (list == nullptr) {
+        list = new List;
+    } else if (list->users > 1) {
+        --list->users;
+        list = new List{list->columnNames, list->text};
     }
     return *list;
 }
@@ -28,20 +49,19 @@ void Header::addName(const std::string& name) {
 
 void Header::addAll(const Header& other) {
     if (empty()) {
-        list = other.list;
+        *this = other;
         return;
     }
-    // Held meanwhile: a header that is added to itself then changes a copy of its list.
-    const std::shared_ptr<const List> added = other.list;
-    if (added) {
-        for (const std::string& name : added->columnNames) {
+    const Header added = other; // a header that is added to itself then changes a copy of its list
+    if (!added.empty()) {
+        for (const std::string& name : added.list->columnNames) {
             addName(name);
         }
     }
 }
 
 size_t Header::size() const {
-    return list ? list->columnNames.size() : 0;
+    return list != nullptr ? list->columnNames.size() : 0;
 }
 
 bool Header::empty() const {
@@ -49,7 +69,7 @@ bool Header::empty() const {
 }
 
 void Header::write(std::ostream& os) const {
-    if (list) {
+    if (list != nullptr) {
         os << list->text;
     }
 }

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <initializer_list>
 #include <iosfwd>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,6 +20,11 @@ public:
 
     /// The given names, in their order.
     Header(std::initializer_list<const char*> names);
+
+    Header(const Header& other);
+    Header(Header&& other) noexcept;
+    Header& operator=(Header other) noexcept;
+    ~Header();
 
     /// Appends one name; duplicates are kept.
     void addName(const std::string& name);
@@ -42,10 +46,13 @@ private:
     struct List {
         ColumnNames columnNames;
         std::string text; // the names as write() writes them: header lines are frequent
+        size_t users = 1;
     };
 
     /// The list, made sure to be this header's own.
     List& ownList();
 
-    std::shared_ptr<List> list; // null while there are no names
+    // Null while there are no names. The list counts its users itself: a shared pointer would be
+    // twice as large.
+    List* list = nullptr;
 };
