@@ -37,11 +37,24 @@ std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp) {
 // RecordBytes
 // =================================================================================================
 
-RecordBytes& RecordBytes::operator=(const RecordBytes& other) {
-    if (this != &other) {
-        assign(other.begin(), other.end());
+void RecordBytes::append(std::span<const uint8_t> added) {
+    if (auto* within = std::get_if<Within>(&held)) {
+        if (added.size() <= within->bytes.size() - within->length) {
+            std::copy(added.begin(), added.end(), within->bytes.begin() + within->length);
+            within->length = static_cast<uint8_t>(within->length + added.size());
+            return;
+        }
+        std::vector<uint8_t> block;
+        block.reserve(within->length + added.size());
+        block.assign(begin(), end());
+        held = std::move(block);
     }
-    return *this;
+    auto& block = *std::get_if<std::vector<uint8_t>>(&held);
+    const size_t needed = block.size() + added.size();
+    if (needed > block.capacity()) {
+        block.reserve(needed + needed / 16); // a vector of its own accord doubles
+    }
+    block.insert(block.end(), added.begin(), added.end());
 }
 
 // =================================================================================================
@@ -172,27 +185,7 @@ namespace {
 
 constexpr uint8_t dle = 0x10;
 constexpr uint8_t etx = 0x03;
-
-/// The next byte of the stream. At the stream's end this is 0xFF, which, but for one behind a DLE,
-/// becomes a data byte of the last record like any other: the outputs have always been so. A
-/// failing read ends the stream in the same way, since a loop that waits for end of file would
-/// otherwise never end; it also marks the stream bad.
-///
-/// Taken from the stream's buffer: the stream's own read operations cost more for each byte than
-/// all that is done with it.
-inline uint8_t readByte(std::istream& stream, std::streambuf& buffer) {
-    using Traits = std::streambuf::traits_type;
-    Traits::int_type byte = Traits::eof();
-    try {
-        byte = buffer.sbumpc();
-    } catch (const std::ios_base::failure&) {
-        stream.setstate(std::ios::badbit);
-    }
-    if (Traits::eq_int_type(byte, Traits::eof())) {
-        stream.setstate(std::ios::eofbit);
-    }
-    return static_cast<uint8_t>(byte); // end of file is -1
-}
+constexpr uint8_t endOfStream = 0xFF;
 
 template <typename Record>
 std::shared_ptr<DataRecord> make() {
@@ -242,25 +235,50 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
     if (stream.eof()) {
         return nullptr;
     }
-    std::streambuf& buffer = *stream.rdbuf();
-    std::vector<uint8_t> data;
-    data.reserve(64); // most records fit
+    std::shared_ptr<DataRecord> result;
+    const auto append = [&result](std::span<const uint8_t> added) {
+        if (added.empty()) {
+            return;
+        }
+        if (!result) {
+            result = factory(Type(added.front()));
+        }
+        result->bytes.append(added);
+    };
     bool hasReadEtx = false;
     while (!hasReadEtx && !stream.eof()) {
-        const uint8_t byte = readByte(stream, buffer);
-        if (byte != dle) {
-            data.push_back(byte);
-            continue;
+        // All bytes up to the next DLE in one go: reading them one by one costs more than all else
+        // that is done with them.
+        char run[512];
+        stream.getline(run, sizeof run, dle);
+        const auto count = static_cast<size_t>(stream.gcount());
+        const std::span bytes(reinterpret_cast<const uint8_t*>(run), count);
+        if (stream.good()) { // the last one is the DLE, which isn't stored
+            append(bytes.first(count - 1));
+            const int code = stream.get();
+            if (code == dle) {
+                append({&dle, 1});
+            } else if (code == etx) {
+                hasReadEtx = true;
+            }
+        } else {
+            append(bytes);
+            if (count == sizeof run - 1 && !stream.eof() && !stream.bad()) {
+                stream.clear(); // there was no room for more
+                continue;
+            }
+            // The end of the stream counts as a data byte 0xFF: the outputs have always been so.
+            append({&endOfStream, 1});
         }
-        const uint8_t code = readByte(stream, buffer);
-        if (code == dle) {
-            data.push_back(dle);
-        } else if (code == etx) {
-            hasReadEtx = true;
+        // A failing read ends the stream as well: a loop that waits for the end of file would
+        // otherwise never end.
+        if (!stream.good()) {
+            stream.setstate(std::ios::eofbit);
         }
     }
-    std::shared_ptr<DataRecord> result = factory(data.empty() ? garble : Type(data.front()));
-    result->bytes.assign(data.begin(), data.end());
+    if (!result) {
+        result = factory(garble);
+    }
     return result;
 }
 
@@ -317,13 +335,13 @@ template <typename T>
 T DataRecord::fromBigEndian() {
     using Bits = std::conditional_t<sizeof(T) == 1, uint8_t,
                                     std::conditional_t<sizeof(T) == 2, uint16_t, uint32_t>>;
+    const auto rest = std::span(bytes).subspan(position);
+    const size_t count = std::min(sizeof(T), rest.size());
     uint32_t bits = 0;
     for (size_t each = 0; each < sizeof(T); ++each) {
-        bits <<= 8;
-        if (position < bytes.size()) {
-            bits |= bytes[position++];
-        }
+        bits = bits << 8 | (each < count ? rest[each] : 0U);
     }
+    position += count;
     return std::bit_cast<T>(static_cast<Bits>(bits));
 }
 

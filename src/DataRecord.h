@@ -3,7 +3,6 @@
 #include "Header.h"
 #include "Synopsis.h"
 
-#include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
@@ -14,6 +13,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <variant>
+#include <vector>
 
 /// The process-wide synopsis that decoding and writing report to. It creates "synopsis.csv" before
 /// main runs and finishes it at process exit.
@@ -59,34 +60,35 @@ private:
 
 std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp);
 
-/// A record's bytes: an array that holds the usual record within itself and takes a heap block for
-/// a longer one only, since a heap block for each of a million records costs more than its bytes.
+/// A record's bytes, which can be appended to. The usual record is held within the object itself,
+/// and only a longer one takes a heap block, since a heap block for each of a million records costs
+/// more than its bytes.
 class RecordBytes {
 public:
-    RecordBytes() = default;
-    RecordBytes(const RecordBytes& other) { assign(other.begin(), other.end()); }
-    RecordBytes& operator=(const RecordBytes& other);
+    /// Appends the bytes of a range outside of this object.
+    void append(std::span<const uint8_t> added);
 
-    /// Takes a copy of the given bytes, which must not be its own.
-    template <typename Iterator>
-    void assign(Iterator first, Iterator last) {
-        length = static_cast<size_t>(last - first);
-        block =
-            length > within.size() ? std::make_unique_for_overwrite<uint8_t[]>(length) : nullptr;
-        std::copy(first, last, block ? block.get() : within.data());
-    }
-
-    size_t size() const { return length; }
-    bool empty() const { return length == 0; }
-    const uint8_t* begin() const { return block ? block.get() : within.data(); }
-    const uint8_t* end() const { return begin() + length; }
+    size_t size() const { return all().size(); }
+    bool empty() const { return size() == 0; }
+    const uint8_t* begin() const { return all().data(); }
+    const uint8_t* end() const { return begin() + size(); }
     uint8_t operator[](size_t index) const { return begin()[index]; }
     uint8_t front() const { return *begin(); }
 
 private:
-    size_t length = 0;
-    std::unique_ptr<uint8_t[]> block;    // only if the bytes don't fit into the array
-    std::array<uint8_t, 40> within = {}; // enough for the frequent records, of up to 38 bytes
+    struct Within {
+        std::array<uint8_t, 39> bytes; // enough for the frequent records, of up to 38 bytes
+        uint8_t length;
+    };
+
+    std::span<const uint8_t> all() const {
+        if (const auto* within = std::get_if<Within>(&held)) {
+            return {within->bytes.data(), within->length};
+        }
+        return *std::get_if<std::vector<uint8_t>>(&held);
+    }
+
+    std::variant<Within, std::vector<uint8_t>> held; // zero bytes within at first
 };
 
 /// A few CSV fields, each preceded by ",", put together in a small buffer and then written in one

@@ -596,7 +596,7 @@ class Impostor : public UnknownDataRecord {
 public:
     explicit Impostor(unsigned code) {
         const uint8_t data[] = {static_cast<uint8_t>(code), 0x01, 0xB7, 0x74, 0x00, 0x32, 0x2D};
-        bytes.assign(std::begin(data), std::end(data));
+        bytes.append(data);
         interpret();
     }
 };

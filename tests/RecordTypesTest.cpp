@@ -1684,7 +1684,10 @@ TEST(WarrantyDataRecord, everyWriteGivesTheSameRowSinceTheReadPositionStays) {
 TEST(WarrantyDataRecord, aMissingStateIs0WhateverLiesBehindTheRecord) {
     class Reused : public WarrantyDataRecord {
     public:
-        void hold(const std::string& data) { bytes.assign(data.begin(), data.end()); }
+        void hold(const std::string& data) {
+            bytes = {};
+            bytes.append({reinterpret_cast<const uint8_t*>(data.data()), data.size()});
+        }
     };
     Reused record;
     record.hold(bytesOf("0A 00 00 00 00 00 00 07"));
