@@ -18,10 +18,91 @@ Synopsis synopsis;
 // Datestamp
 // =================================================================================================
 
+namespace {
+
+/// Writes the number, below 100, as two digits.
+char* writeTwoDigits(char* to, unsigned number) {
+    to[0] = static_cast<char>('0' + number / 10);
+    to[1] = static_cast<char>('0' + number % 10);
+    return to + 2;
+}
+
+/// Writes the number, which has no more than four digits, with at least two.
+char* writePadded(char* to, uint32_t number) {
+    if (number < 100) {
+        return writeTwoDigits(to, number);
+    }
+    if (number >= 1000) {
+        *to++ = static_cast<char>('0' + number / 1000);
+    }
+    *to++ = static_cast<char>('0' + number / 100 % 10);
+    return writeTwoDigits(to, number % 100);
+}
+
+/// Writes the date of a day number.
+char* writeDate(char* to, unsigned short days) {
+    // A year is passed only by a day number greater than its length, a month by one that is equal,
+    // too. So the first day of each year after 1984 stays in the year before and comes out as its
+    // month 13, which still sorts between 31 December and 2 January. The outputs have always been
+    // so.
+    unsigned short year = 1984;
+    while (days > DataRecord::daysPerYear(year)) {
+        days = static_cast<unsigned short>(days - DataRecord::daysPerYear(year));
+        ++year;
+    }
+    unsigned short month = DataRecord::January;
+    for (unsigned short length = 0; days >= (length = DataRecord::daysPerMonth(month, year));
+         ++month) {
+        days = static_cast<unsigned short>(days - length);
+    }
+    to = writePadded(to, year);
+    *to++ = '-';
+    to = writePadded(to, month);
+    *to++ = '-';
+    return writePadded(to, days + 1U);
+}
+
+/// Writes the time of a number of milliseconds.
+char* writeTime(char* to, uint32_t milliseconds) {
+    uint32_t seconds = milliseconds / 1000;
+    milliseconds %= 1000;
+    uint32_t minutes = seconds / 60;
+    seconds %= 60;
+    const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
+    minutes %= 60;
+    to = writePadded(to, hours);
+    *to++ = ':';
+    to = writePadded(to, minutes);
+    *to++ = ':';
+    to = writePadded(to, seconds);
+    *to++ = '.';
+    if (milliseconds < 10) {
+        *to = static_cast<char>('0' + milliseconds);
+        return to + 1;
+    }
+    return writePadded(to, milliseconds);
+}
+
+} // namespace
+
 Datestamp::Datestamp(std::string_view date, std::string_view time) {
     append(date);
     append(" ");
     append(time);
+}
+
+void Datestamp::assign(uint16_t day, uint32_t milliseconds) {
+    // Most records follow one of the same day.
+    thread_local uint16_t knownDay = 0;
+    thread_local std::array<char, 10> knownDate = {'1', '9', '8', '4', '-',
+                                                   '0', '1', '-', '0', '1'};
+    if (day != knownDay) {
+        writeDate(knownDate.data(), day);
+        knownDay = day;
+    }
+    char* const time = std::copy(knownDate.begin(), knownDate.end(), text.begin());
+    *time = ' ';
+    length = static_cast<uint8_t>(writeTime(time + 1, milliseconds) - text.data());
 }
 
 void Datestamp::append(std::string_view part) {
@@ -64,13 +145,6 @@ void RecordBytes::append(std::span<const uint8_t> added) {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "text is put together in registers");
-
-/// Writes the number, below 100, as two digits.
-char* writeTwoDigits(char* to, unsigned number) {
-    to[0] = static_cast<char>('0' + number / 10);
-    to[1] = static_cast<char>('0' + number % 10);
-    return to + 2;
-}
 
 /// The decimal digits of a number below 10^6, each in a byte of its own, the first one lowest.
 uint64_t sixDigits(uint64_t number) {
@@ -314,9 +388,8 @@ constexpr size_t payloadOffset = 7;
 } // namespace
 
 void DataRecord::interpret() {
-    const std::string date = interpretDate();
-    const std::string time = interpretTime();
-    datestamp = Datestamp(date, time);
+    const uint16_t day = storedDay();
+    datestamp.assign(day, storedMilliseconds());
     interpretPayload();
     interpreted = true;
 }
@@ -374,65 +447,26 @@ std::string_view DataRecord::terminatedText(unsigned short length) {
 // DataRecord: time stamps
 // =================================================================================================
 
-namespace {
-
-/// Writes the number with at least two digits.
-char* writePadded(char* to, uint32_t number) {
-    return number < 100 ? writeTwoDigits(to, number)
-                        : std::to_chars(to, to + Datestamp::maximumLength, number).ptr;
+uint16_t DataRecord::storedDay() {
+    moveTo(dayOffset);
+    return fromBigEndian<uint16_t>();
 }
 
-} // namespace
+uint32_t DataRecord::storedMilliseconds() {
+    moveTo(timeOffset);
+    const auto milliseconds = fromBigEndian<uint32_t>();
+    moveTo(payloadOffset);
+    return milliseconds;
+}
 
 std::string DataRecord::interpretDate() {
-    moveTo(dayOffset);
-    unsigned short days = fromBigEndian<uint16_t>();
-    // A year is passed only by a day number greater than its length, a month by one that is equal,
-    // too. So the first day of each year after 1984 stays in the year before and comes out as its
-    // month 13, which still sorts between 31 December and 2 January. The outputs have always been
-    // so.
-    constexpr unsigned short daysPerFourYears = 366 + 3 * 365;
-    unsigned short year = 1984;
-    while (days > daysPerFourYears) { // the next four years are all passed
-        days = static_cast<unsigned short>(days - daysPerFourYears);
-        year = static_cast<unsigned short>(year + 4);
-    }
-    while (days > daysPerYear(year)) {
-        days = static_cast<unsigned short>(days - daysPerYear(year));
-        ++year;
-    }
-    unsigned short month = January;
-    for (unsigned short length = 0; days >= (length = daysPerMonth(month, year)); ++month) {
-        days = static_cast<unsigned short>(days - length);
-    }
     char text[Datestamp::maximumLength];
-    char* end = writePadded(text, year);
-    *end++ = '-';
-    end = writePadded(end, month);
-    *end++ = '-';
-    end = writePadded(end, days + 1U);
-    return {text, end};
+    return {text, writeDate(text, storedDay())};
 }
 
 std::string DataRecord::interpretTime() {
-    moveTo(timeOffset);
-    uint32_t milliseconds = fromBigEndian<uint32_t>();
-    uint32_t seconds = milliseconds / 1000;
-    milliseconds %= 1000;
-    uint32_t minutes = seconds / 60;
-    seconds %= 60;
-    const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
-    minutes %= 60;
     char text[Datestamp::maximumLength];
-    char* end = writePadded(text, hours);
-    *end++ = ':';
-    end = writePadded(end, minutes);
-    *end++ = ':';
-    end = writePadded(end, seconds);
-    *end++ = '.';
-    end = std::to_chars(end, std::end(text), milliseconds).ptr;
-    moveTo(payloadOffset);
-    return {text, end};
+    return {text, writeTime(text, storedMilliseconds())};
 }
 
 unsigned short DataRecord::daysPerYear(unsigned short year) {

@@ -35,6 +35,9 @@ public:
     /// The date, one blank and the time of day, cut to maximumLength.
     Datestamp(std::string_view date, std::string_view time);
 
+    /// Makes this the text of the day and of the time of day.
+    void assign(uint16_t day, uint32_t milliseconds);
+
     operator std::string_view() const { return {text.data(), length}; }
     bool empty() const { return length == 0; }
 
@@ -297,6 +300,10 @@ protected:
     /// length, however long the text is: a field without a zero byte runs on into the bytes behind
     /// it.
     std::string_view terminatedText(unsigned short length);
+
+    // The stored time stamp. These leave position behind what they read: at the payload.
+    uint16_t storedDay();
+    uint32_t storedMilliseconds();
 
     /// Places position at an offset, or at the record's end if that comes first.
     void moveTo(size_t offset);

@@ -838,14 +838,24 @@ TEST(RecordCopy, isIndependentOfTheRecord) {
 // Timestamps
 // =================================================================================================
 
+// Both look at the datestamp as well, which is put together in a way of its own.
+
 std::string dateOf(unsigned day) {
     OpenRecord record(Payload().zeros(5).u16(day).bytes);
-    return record.interpretDate();
+    const std::string date = record.interpretDate();
+    for (int time = 0; time < 2; ++time) {
+        record.interpret();
+        EXPECT_EQ(record.datestamp, date + " 00:00:00.0");
+    }
+    return date;
 }
 
 std::string timeOf(uint32_t milliseconds) {
     OpenRecord record(Payload().zeros(1).u32(milliseconds).zeros(2).bytes);
-    return record.interpretTime();
+    const std::string time = record.interpretTime();
+    record.interpret();
+    EXPECT_EQ(record.datestamp, "1984-01-01 " + time);
+    return time;
 }
 
 TEST(Timestamps, theMonthsAreNumberedFromOne) {
