@@ -1,5 +1,6 @@
 #include "ConvertFile.h"
 
+#include <algorithm>
 #include <iostream>
 
 bool ConvertFile::detailEnabled = false;
@@ -129,9 +130,8 @@ int ConvertFile::convert() {
             break;
         case DataRecord::dynamicInfoRecordId:
         case DataRecord::dynamicInfoWithAddressRecordId: {
-            const std::string_view fields = fieldsOf(*record);
-            writeDetail(*record, fields, detailStream);
-            record->writeCSVTimestampedData(globalDynamicInfoStream, fields);
+            const std::string_view fields =
+                writeRow(*record, {&globalDetailStream, &detailStream, &globalDynamicInfoStream});
             wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record), fields);
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
@@ -151,9 +151,8 @@ int ConvertFile::convert() {
             break;
         case DataRecord::advancedSocRecordId:
         case DataRecord::advancedSocWithAddressRecordId: {
-            const std::string_view fields = fieldsOf(*record);
-            writeDetail(*record, fields, detailStream);
-            record->writeCSVTimestampedData(globalSocStream, fields);
+            const std::string_view fields =
+                writeRow(*record, {&globalDetailStream, &detailStream, &globalSocStream});
             wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record), fields);
             break;
         }
@@ -175,11 +174,27 @@ int ConvertFile::convert() {
     return 0;
 }
 
-std::string_view ConvertFile::fieldsOf(DataRecord& record) {
+std::string_view ConvertFile::writeRow(DataRecord& record,
+                                       std::initializer_list<std::ofstream*> outputs) {
+    const auto works = [](const std::ofstream* os) { return !os->fail(); };
+    if (std::count_if(outputs.begin(), outputs.end(), works) <= 1) {
+        for (std::ofstream* os : outputs) {
+            record.writeCSVTimestampedData(*os);
+        }
+        return {};
+    }
     static const std::string empty; // an lvalue: assigning it keeps the stream's memory
-    fieldStream.str(empty);
-    record.writeBasicCSV(fieldStream);
-    return fieldStream.view();
+    lineStream.str(empty);
+    record.writeCSVTimestampedData(lineStream);
+    std::string_view line = lineStream.view();
+    for (std::ofstream* os : outputs) {
+        if (works(os)) {
+            os->write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+        }
+    }
+    line.remove_prefix(std::string_view(record.datestamp).size());
+    line.remove_suffix(1); // the line feed
+    return line;
 }
 
 void ConvertFile::writeDetailHeader(DataRecord& record, std::ofstream& detailStream) {
@@ -198,18 +213,12 @@ void ConvertFile::writeDetail(DataRecord& record, std::ofstream& detailStream) {
     record.writeCSVTimestampedData(detailStream);
 }
 
-void ConvertFile::writeDetail(DataRecord& record, std::string_view fields,
-                              std::ofstream& detailStream) {
-    record.writeCSVTimestampedData(globalDetailStream, fields);
-    record.writeCSVTimestampedData(detailStream, fields);
-}
-
 void ConvertFile::writeCSVWide(std::ofstream& ws, const std::string& filename) {
     if (wideEnabled && !ws.is_open()) {
         ws.open(filename, std::ios::out | std::ios::trunc);
         wide.writeCSVHeader(ws);
     }
-    if (!wide.datestamp.empty() && !ws.fail()) {
-        wide.writeCSVTimestampedData(ws, fieldsOf(wide));
+    if (!wide.datestamp.empty()) {
+        wide.writeCSVTimestampedData(ws);
     }
 }

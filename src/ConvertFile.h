@@ -4,6 +4,7 @@
 #include "DataRecord.h"
 
 #include <fstream>
+#include <initializer_list>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -69,9 +70,11 @@ public:
     void writeCSVWide(std::ofstream& ws, const std::string& filename);
 
 private:
-    /// The record's fields, put into text once for all outputs; valid until the next call. Only for
-    /// records whose row can be written any number of times with no further effect.
-    std::string_view fieldsOf(DataRecord& record);
+    /// Writes the record's row to all of the outputs, and puts it into text only once if more than
+    /// one of them is open. Returns the text of the fields in that case, valid until the next call;
+    /// none otherwise. For records whose row can be written any number of times with no further
+    /// effect.
+    std::string_view writeRow(DataRecord& record, std::initializer_list<std::ofstream*> outputs);
 
     /// Writes the record's header line to the detail outputs, which it opens if they are wanted and
     /// not open.
@@ -80,10 +83,6 @@ private:
     /// Writes the record's row to the detail outputs, the global one first: a record that reads its
     /// fields while it is written gives them to the first only.
     static void writeDetail(DataRecord& record, std::ofstream& detailStream);
-
-    /// The same with the record's fields.
-    static void writeDetail(DataRecord& record, std::string_view fields,
-                            std::ofstream& detailStream);
 
     // These live from program start to process exit, which closes the streams.
     static std::string globalDynamicInfoFilename;
@@ -100,5 +99,5 @@ private:
     std::string detailFilename;
     std::string socFilename;         // stays empty
     std::string dynamicInfoFilename; // stays empty
-    std::ostringstream fieldStream;  // of fieldsOf()
+    std::ostringstream lineStream;   // of writeRow()
 };

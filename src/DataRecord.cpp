@@ -552,18 +552,6 @@ void DataRecord::writeCSVTimestampedData(std::ostream& os) {
     }
 }
 
-void DataRecord::writeCSVTimestampedData(std::ostream& os, std::string_view fields) {
-    if (os.fail()) {
-        return;
-    }
-    const std::string_view stamp = datestamp;
-    std::string line;
-    line.reserve(stamp.size() + fields.size() + 1);
-    line.append(stamp).append(fields).push_back('\n');
-    os << std::dec;
-    os.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
-}
-
 void DataRecord::writeCSVTimestamp(std::ostream& os) {
     if (!os.fail()) {
         writeDatestamp(os);
@@ -809,27 +797,31 @@ void DynamicInfoDataRecord::interpretPayload() {
 }
 
 void DynamicInfoDataRecord::writeBasicCSV(std::ostream& os) {
-    FieldText fields;
+    os << fields().text();
+}
+
+FieldText DynamicInfoDataRecord::fields() {
+    FieldText text;
     if (interpreted) {
-        fields.add(moduleAddress);
-        fields.add(packVoltage);
-        fields.add(current);
-        fields.add(soc);
-        fields.add(dsoc);
+        text.add(moduleAddress);
+        text.add(packVoltage);
+        text.add(current);
+        text.add(soc);
+        text.add(dsoc);
         for (const float voltage : cellVoltage) {
-            fields.add(voltage);
+            text.add(voltage);
         }
         const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
-        fields.add(*highest - *lowest);
+        text.add(*highest - *lowest);
         for (const float temperature : cellTemperature) {
-            fields.add(temperature);
+            text.add(temperature);
         }
-        fields.add(heat);
-        fields.add(balance);
+        text.add(heat);
+        text.add(balance);
     } else {
-        fields.addEmpty(header().size());
+        text.addEmpty(header().size());
     }
-    os << fields.text();
+    return text;
 }
 
 uint8_t DynamicInfoDataRecord::moduleId() const {
@@ -1169,17 +1161,21 @@ void AdvancedSOCDataRecord::interpretPayload() {
 }
 
 void AdvancedSOCDataRecord::writeBasicCSV(std::ostream& os) {
-    FieldText fields;
+    os << fields().text();
+}
+
+FieldText AdvancedSOCDataRecord::fields() {
+    FieldText text;
     if (interpreted) {
-        fields.add(moduleAddress);
-        fields.add(chargeMAH);
-        fields.add(dischargeMAH);
-        fields.add(soh); // under the heading "dsoc"
-        fields.add(soc); // under the heading "soh"
+        text.add(moduleAddress);
+        text.add(chargeMAH);
+        text.add(dischargeMAH);
+        text.add(soh); // under the heading "dsoc"
+        text.add(soc); // under the heading "soh"
     } else {
-        fields.addEmpty(header().size());
+        text.addEmpty(header().size());
     }
-    os << fields.text();
+    return text;
 }
 
 uint8_t AdvancedSOCDataRecord::moduleId() const {
@@ -1489,18 +1485,29 @@ namespace {
 template <typename Record>
 const std::string& keptText(Record& record, std::string& kept) {
     if (kept.empty()) {
-        std::ostringstream text;
-        record.writeBasicCSV(text);
-        kept = text.str();
+        kept = record.fields().text();
     }
     return kept;
 }
 
 } // namespace
 
+void WideDataRecord::writeCSVTimestampedData(std::ostream& os) {
+    if (!os.fail()) {
+        line.assign(datestamp);
+        appendFields(line);
+        line += '\n';
+        os.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+    }
+}
+
 void WideDataRecord::writeBasicCSV(std::ostream& os) {
-    std::string row;
-    row.reserve(512); // of two modules, seldom more
+    std::string fields;
+    appendFields(fields);
+    os << fields;
+}
+
+void WideDataRecord::appendFields(std::string& row) {
     for (auto& [module, record] : dynamicInfo) {
         row += keptText(record, dynamicInfoText[module]);
     }
@@ -1513,7 +1520,6 @@ void WideDataRecord::writeBasicCSV(std::ostream& os) {
         otherText = text.str();
     }
     row += otherText;
-    os << row;
 }
 
 void WideDataRecord::writeOtherFields(std::ostream& os) {

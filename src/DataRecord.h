@@ -260,10 +260,6 @@ public:
     /// The whole data line, with integers in decimal whatever the stream was set to.
     void writeCSVTimestampedData(std::ostream& os);
 
-    /// The same for a record whose row is written to several streams, with its data fields as
-    /// writeBasicCSV() writes them. Not for records whose row is more than text: see the classes.
-    void writeCSVTimestampedData(std::ostream& os, std::string_view fields);
-
     /// The datestamp, with no separator.
     void writeCSVTimestamp(std::ostream& os);
 
@@ -392,6 +388,9 @@ public:
     void interpretPayload() override;
 
     void writeBasicCSV(std::ostream& os) override;
+
+    /// What writeBasicCSV() writes.
+    FieldText fields();
 
     virtual uint8_t moduleId() const;
 
@@ -530,6 +529,9 @@ public:
     /// charge: the pairing is part of the output format.
     void writeBasicCSV(std::ostream& os) override;
 
+    /// What writeBasicCSV() writes.
+    FieldText fields();
+
     virtual uint8_t moduleId() const;
 
     uint16_t moduleAddress = 1;
@@ -658,13 +660,16 @@ public:
     void initializeHeader(Header& names) override;
     void writeBasicCSV(std::ostream& os) override;
 
+    /// The same as that of every record, but in one go, however many modules there are.
+    void writeCSVTimestampedData(std::ostream& os);
+
     // Each takes over what the record says; all but the static info, the firmware version and a
     // message without a state also take over the record's datestamp.
 
     /// Takes the first word of the firmware version, if there is one, whatever the module.
     void updateStaticInfo(const StaticInfoDataRecord& record);
 
-    // These two take the record's fields too, if the caller has them already.
+    // These two take the record's fields too, if the caller has their text already.
     void updateDynamicInfo(const DynamicInfoDataRecord& record, std::string_view fields = {});
     void updateSOC(const AdvancedSOCDataRecord& record, std::string_view fields = {});
 
@@ -706,5 +711,8 @@ private:
     std::map<uint8_t, std::string> advancedSOCText; // by module
     std::string otherText;                          // from the power mode on
 
+    std::string line; // of writeCSVTimestampedData(), kept for its memory
+
+    void appendFields(std::string& row);
     void writeOtherFields(std::ostream& os);
 };

@@ -1139,17 +1139,6 @@ TEST(Lines, theHeaderTextOfATypeIsItsNamesAlone) {
               "measuredCurrent (mA)");
 }
 
-TEST(Lines, aLineWhoseFieldsAreGivenIsTheSameLine) {
-    OpenRecord record = sample();
-    std::ostringstream os;
-    os << std::hex;
-    record.writeCSVTimestampedData(os, ",4,5");
-    record.writeCSVTimestampedData(os, "");
-    EXPECT_EQ(os.str(), "2019-03-03 08:05:09.5,4,5\n2019-03-03 08:05:09.5\n");
-    EXPECT_EQ(os.flags() & std::ios::basefield, std::ios::dec);
-    EXPECT_EQ(record.rowsWritten, 0);
-}
-
 TEST(Lines, aRecordWithoutFieldsHasALineOfItsDatestampAlone) {
     OpenRecord record = sample();
     record.fields = "";
@@ -1213,8 +1202,6 @@ TEST(Lines, eachLineIsFlushedOnceBehindItsLineFeed) {
     EXPECT_THAT(sink.flushed, ElementsAre(header));
     record.writeCSVTimestampedData(os);
     EXPECT_THAT(sink.flushed, ElementsAre(header, header + line));
-    record.writeCSVTimestampedData(os, ",1,2,3");
-    EXPECT_THAT(sink.flushed, ElementsAre(header, header + line, header + line + line));
 }
 
 TEST(Lines, theHeaderLineOfATypeIsFlushedOnce) {
@@ -1248,7 +1235,6 @@ const std::vector<LineWriter> lineWriters = {
     [](OpenRecord& record, std::ostream& os) { record.writeCSVHeaderText(os); },
     [](OpenRecord& /*record*/, std::ostream& os) { DataRecord::writeCSVTimestampHeader(os); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestampedData(os); },
-    [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestampedData(os, ",1"); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVTimestamp(os); },
     [](OpenRecord& record, std::ostream& os) { record.writeCSVData(os); },
     [](OpenRecord& /*record*/, std::ostream& os) {
@@ -1281,7 +1267,6 @@ TEST(FailedStreams, writersThatTestTheStreamAskTheRecordForNothing) {
         os.setstate(state);
         record.writeCSVHeader(os);
         record.writeCSVTimestampedData(os);
-        record.writeCSVTimestampedData(os, ",1");
         record.writeCSVData(os);
         EXPECT_EQ(record.headersBuilt, 0);
         EXPECT_EQ(record.rowsWritten, 0);

@@ -4,7 +4,9 @@
 #include "RecordReading.h"
 
 #include <algorithm>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace {
 
@@ -92,7 +94,13 @@ protected:
             LogBuilder().staticInfo(t3, module, info)));
     }
 
-    std::string row() { return lineOf(wide); }
+    /// The row, which is the same if it is written as that of any record.
+    std::string row() {
+        std::ostringstream os;
+        wide.writeCSVTimestampedData(os);
+        EXPECT_EQ(os.str(), lineOf(wide));
+        return os.str();
+    }
 
     std::string headerLine() {
         std::ostringstream os;
@@ -228,6 +236,45 @@ TEST_F(WideRecord, writingTheRowChangesNothing) {
     fault(t1, 4, 3);
     const std::string first = row();
     EXPECT_EQ(row(), first);
+}
+
+/// A stream buffer that keeps what it is given and how often it is given and flushed.
+class Calls : public std::stringbuf {
+public:
+    int writes = 0;
+    int flushes = 0;
+
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize length) override {
+        ++writes;
+        return std::stringbuf::xsputn(text, length);
+    }
+
+    int sync() override {
+        ++flushes;
+        return 0;
+    }
+};
+
+TEST_F(WideRecord, rowOfAnyLengthIsWrittenInOneGoAndFlushedOnce) {
+    for (const unsigned modules : {2U, 40U}) {
+        for (unsigned module = 1; module <= modules; ++module) {
+            dynamicInfo(t1, module);
+        }
+        Calls sink;
+        std::ostream os(&sink);
+        wide.writeCSVTimestampedData(os);
+        EXPECT_EQ(sink.writes, 1);
+        EXPECT_EQ(sink.flushes, 1);
+        EXPECT_EQ(sink.str(), row());
+    }
+}
+
+TEST_F(WideRecord, rowOnAStreamThatWasNeverOpenedFailsIt) {
+    dynamicInfo(t1, 1);
+    std::ofstream os;
+    wide.writeCSVTimestampedData(os);
+    EXPECT_TRUE(os.fail());
 }
 
 TEST_F(WideRecord, rowOnAFailedStreamWritesNothing) {
