@@ -55,7 +55,7 @@ DynamicInfo dynamicInfo(unsigned number) {
 
 /// Appends a record of the type.
 void append(LogBuilder& log, DataRecord::Type type, unsigned number) {
-    const Stamp when = {static_cast<uint16_t>(12'055 + number), 31'509'005 + 977 * number};
+    const Stamp when = {static_cast<uint16_t>(12'055 + number / 100), 31'509'005 + 977 * number};
     const float percent = static_cast<float>(number) / 10.0F;
     StaticInfo info;
     info.cycleCount = number;
@@ -208,19 +208,22 @@ public:
     void write(float value, std::ostream& os) { writeScalar<float>(value, os); }
 };
 
-void floatText(benchmark::State& state, float first, float step) {
+/// Texts of values from the first one on. Few different ones are soon known, many are not.
+void floatText(benchmark::State& state, float first, float step, size_t different) {
+    std::vector<float> values(different, first);
+    for (size_t number = 1; number < different; ++number) {
+        values[number] = values[number - 1] + step;
+    }
     Sink sink;
     std::ostream os(&sink);
     Writer writer;
     for (auto _ : state) {
-        float value = first;
-        for (size_t number = 0; number < batch; ++number) {
+        for (const float value : values) {
             writer.write(value, os);
-            value += step;
         }
         os.flush();
     }
-    countRecords(state);
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(different));
 }
 
 } // namespace
@@ -235,9 +238,11 @@ int main(int argumentCount, char** arguments) {
         const std::string name = entry.className;
         RegisterBenchmark(("decode/" + name).c_str(), decode, entry.type);
     }
-    RegisterBenchmark("floatText/volts", floatText, 3.4F, 0.001F);
-    RegisterBenchmark("floatText/tiny", floatText, 1e-6F, 1e-7F);
-    RegisterBenchmark("floatText/huge", floatText, 1e7F, 1e5F);
+    constexpr size_t many = 100'000;
+    RegisterBenchmark("floatText/knownVolts", floatText, 3.4F, 0.001F, 100);
+    RegisterBenchmark("floatText/newVolts", floatText, 3.4F, 0.001F, many);
+    RegisterBenchmark("floatText/newTiny", floatText, 1e-6F, 1e-10F, many);
+    RegisterBenchmark("floatText/newHuge", floatText, 1e7F, 1e5F, many);
     RegisterBenchmark("row/DynamicInfoDataRecord", row, DataRecord::dynamicInfoRecordId);
     RegisterBenchmark("row/AdvancedSOCDataRecord", row, DataRecord::advancedSocRecordId);
     RegisterBenchmark("row/MessageDataRecord", row, DataRecord::messageRecordId);

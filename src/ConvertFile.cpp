@@ -103,6 +103,7 @@ bool ConvertFile::insideDateRange(const std::shared_ptr<DataRecord>& record) {
 
 ConvertFile::ConvertFile(const DataFile& file)
     : dataFile(file), detailFilename(file.name() + ".detail.csv") {
+    lineStream.exceptions(std::ios::badbit); // running out of memory ends a run here as elsewhere
     if (!anyEnabled()) {
         enableDefault();
     }

@@ -71,9 +71,9 @@ public:
 
 private:
     /// Writes the record's row to all of the outputs, and puts it into text only once if more than
-    /// one of them is open. Returns the text of the fields in that case, valid until the next call;
-    /// none otherwise. For records whose row can be written any number of times with no further
-    /// effect.
+    /// one of them has not failed. Returns the text of the fields in that case, valid until the
+    /// next call; none otherwise. For records whose row can be written any number of times with no
+    /// further effect.
     std::string_view writeRow(DataRecord& record, std::initializer_list<std::ofstream*> outputs);
 
     /// Writes the record's header line to the detail outputs, which it opens if they are wanted and

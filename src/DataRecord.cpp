@@ -427,15 +427,19 @@ void DataRecord::moveTo(size_t offset) {
     position = std::min(offset, bytes.size());
 }
 
+std::span<const uint8_t> DataRecord::rest() const {
+    return std::span(bytes).subspan(std::min(position, bytes.size()));
+}
+
 template <typename T>
 T DataRecord::fromBigEndian() {
     using Bits = std::conditional_t<sizeof(T) == 1, uint8_t,
                                     std::conditional_t<sizeof(T) == 2, uint16_t, uint32_t>>;
-    const auto rest = std::span(bytes).subspan(position);
-    const size_t count = std::min(sizeof(T), rest.size());
+    const std::span<const uint8_t> left = rest();
+    const size_t count = std::min(sizeof(T), left.size());
     uint32_t bits = 0;
     for (size_t each = 0; each < sizeof(T); ++each) {
-        bits = bits << 8 | (each < count ? rest[each] : 0U);
+        bits = bits << 8 | (each < count ? left[each] : 0U);
     }
     position += count;
     return std::bit_cast<T>(static_cast<Bits>(bits));
@@ -451,7 +455,7 @@ template float DataRecord::fromBigEndian<float>();
 
 template <typename T>
 void DataRecord::skip(unsigned long n) {
-    const size_t remaining = bytes.size() - position;
+    const size_t remaining = rest().size();
     position += n <= remaining / sizeof(T) ? n * sizeof(T) : remaining;
 }
 
@@ -460,10 +464,10 @@ template void DataRecord::skip<unsigned char>(unsigned long n);
 template void DataRecord::skip<unsigned short>(unsigned long n);
 
 std::string_view DataRecord::terminatedText(unsigned short length) {
-    const auto rest = std::span(bytes).subspan(position);
-    const auto end = std::find(rest.begin(), rest.end(), uint8_t{0});
+    const std::span<const uint8_t> left = rest();
+    const auto end = std::find(left.begin(), left.end(), uint8_t{0});
     skip<char>(length);
-    return {reinterpret_cast<const char*>(rest.data()), static_cast<size_t>(end - rest.begin())};
+    return {reinterpret_cast<const char*>(left.data()), static_cast<size_t>(end - left.begin())};
 }
 
 // =================================================================================================
@@ -514,7 +518,8 @@ unsigned short DataRecord::daysPerMonth(unsigned short month, unsigned short yea
 //
 // The writers of whole lines and of their parts write nothing to a stream that has failed. Writing
 // to one that was never opened fails at the datestamp, and the data fields behind it are then not
-// asked for. Outputs that are not wanted are skipped in this way.
+// asked for. Outputs that are not wanted are skipped in this way. (A line that is written in one go
+// fails as a whole; its fields have no effect but their text.)
 // =================================================================================================
 
 Header& DataRecord::header() {
@@ -579,6 +584,21 @@ void DataRecord::writeCSVHeaderText(Type type, std::ostream& os) {
     factory(type)->writeCSVHeaderText(os);
 }
 
+namespace {
+
+/// Writes a text that a log may make as long as it likes. A file stream writes a text of 1024
+/// characters or more past its buffer, so that the line would leave the tool in several writes and
+/// not in one: such a text goes to the stream in pieces.
+void writeText(std::string_view text, std::ostream& os) {
+    constexpr size_t longestPiece = 1000;
+    for (; text.size() > longestPiece; text.remove_prefix(longestPiece)) {
+        os << text.substr(0, longestPiece);
+    }
+    os << text;
+}
+
+} // namespace
+
 template <typename T>
 void DataRecord::writeScalar(T value, std::ostream& os) {
     FieldText field;
@@ -615,7 +635,8 @@ uint8_t DataRecord::writeUint8(std::ostream& os) {
 }
 
 void DataRecord::writeString(std::ostream& os, unsigned short length) {
-    os << ',' << terminatedText(length);
+    os << ',';
+    writeText(terminatedText(length), os);
 }
 
 // =================================================================================================
@@ -703,8 +724,10 @@ void StaticInfoDataRecord::writeBasicCSV(std::ostream& os) {
     writeScalar<unsigned short>(manufactureDate, os);
     writeScalar<unsigned short>(serialNumber, os);
     writeScalar<unsigned short>(seriesCells, os);
-    os << ',' << deviceName;
-    os << ',' << firmwareVersion;
+    os << ',';
+    writeText(deviceName, os);
+    os << ',';
+    writeText(firmwareVersion, os);
     writeScalar<unsigned short>(temperatureSensors, os);
     writeScalar<float>(cumulativeChargeAs, os);
     writeScalar<float>(cumulativeDischargeAs, os);
@@ -1073,7 +1096,7 @@ void MessageDataRecord::initializeHeader(Header& names) {
 }
 
 void MessageDataRecord::interpretPayload() {
-    const auto text = std::span(bytes).subspan(position);
+    const std::span<const uint8_t> text = rest();
     message.append(text.begin(), text.end());
 }
 
@@ -1086,7 +1109,10 @@ void MessageDataRecord::writeBasicCSV(std::ostream& os) {
     } else if (state == "ST_RESTART") {
         synopsis.start(datestamp, Synopsis::unknown);
     }
-    os << ',' << message << ',' << state;
+    os << ',';
+    writeText(message, os);
+    os << ',';
+    writeText(state, os);
 }
 
 std::string MessageDataRecord::systemState() const {
@@ -1132,7 +1158,8 @@ void BMCFirmwareVersionDataRecord::interpretPayload() {
 }
 
 void BMCFirmwareVersionDataRecord::writeBasicCSV(std::ostream& os) {
-    os << ',' << firmwareVersion;
+    os << ',';
+    writeText(firmwareVersion, os);
 }
 
 // =================================================================================================
@@ -1497,6 +1524,7 @@ void WideDataRecord::writeCSVTimestampedData(std::ostream& os) {
         line.assign(datestamp);
         appendFields(line);
         line += '\n';
+        os << std::dec;
         os.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
     }
 }

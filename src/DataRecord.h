@@ -297,12 +297,15 @@ protected:
     /// it.
     std::string_view terminatedText(unsigned short length);
 
-    // The stored time stamp. These leave position behind what they read: at the payload.
+    // The stored time stamp. Both leave position at the payload.
     uint16_t storedDay();
     uint32_t storedMilliseconds();
 
     /// Places position at an offset, or at the record's end if that comes first.
     void moveTo(size_t offset);
+
+    /// The bytes from position on.
+    std::span<const uint8_t> rest() const;
 
     // Field writers: "," and the value.
 

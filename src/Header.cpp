@@ -3,7 +3,7 @@
 #include <ostream>
 #include <utility>
 
-Header::Header(std::initializer_list<const char*> names) {
+Header::Header(std::initializer_list<const char*> names) : Header() {
     for (const char* name : names) {
         addName(name);
     }
@@ -32,8 +32,9 @@ Header::List& Header::ownList() {
     if (list == nullptr) {
         list = new List;
     } else if (list->users > 1) {
+        List* const copy = new List{list->columnNames, list->text};
         --list->users;
-        list = new List{list->columnNames, list->text};
+        list = copy;
     }
     return *list;
 }

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <iomanip>
 #include <limits>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -265,6 +266,9 @@ TEST(Framing, framesOfEveryLengthGiveTheRecordsOfAByteAtATimeModel) {
                 for (const char* end : {"", "10", "10 03", "10 03 10", "10 03 10 10"}) {
                     const std::string log = frame + bytesOf(end);
                     ASSERT_EQ(recordsOf(log), modelRecords(log)) << length << between << end;
+                    BrokenSource source(log);
+                    std::istream broken(&source);
+                    ASSERT_EQ(recordsOf(broken), modelRecords(log)) << length << between << end;
                 }
             }
         }
@@ -933,6 +937,21 @@ TEST(Timestamps, everyDayNumberGivesTheDateOfACalendarThatCountsOnDayByDay) {
                 month = 1;
                 ++year;
             }
+        }
+    }
+}
+
+TEST(Timestamps, aDatestampHasItsOwnDateWhateverDayWasBefore) {
+    const std::map<uint16_t, std::string> dates = {
+        {0, "1984-01-01"}, {366, "1984-13-01"}, {12845, "2019-03-03"}, {65535, "2163-06-05"}};
+    for (const auto& [day, date] : dates) {
+        for (const auto& [otherDay, otherDate] : dates) {
+            OpenRecord record(recordHead(99, {day, 0}));
+            OpenRecord other(recordHead(99, {otherDay, 0}));
+            record.interpret();
+            other.interpret();
+            EXPECT_EQ(record.datestamp, date + " 00:00:00.0");
+            EXPECT_EQ(other.datestamp, otherDate + " 00:00:00.0");
         }
     }
 }

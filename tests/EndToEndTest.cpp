@@ -1292,6 +1292,33 @@ TEST_F(EndToEndTest, everyLineIsWrittenOnItsOwn) {
     }
 }
 
+TEST_F(EndToEndTest, aLineOfLongTextsIsWrittenOnItsOwn) {
+    LogBuilder log;
+    for (const size_t length : {1023U, 1024U, 1025U, 3000U, 8000U}) {
+        log.message(stamp(2020, 5, 1), "systemState=+" + std::string(length / 2, 'm'));
+        log.firmwareVersion(stamp(2020, 5, 1), std::string(length, 'v'));
+        // A text without an end: the name runs on to the end of the record.
+        log.record(1, stamp(2020, 5, 1), std::string(49, '\0') + std::string(length / 2, 's'));
+        log.dynamicInfo(stamp(2020, 5, 1), DynamicInfo());
+    }
+    directory.write("logs/A.LOG", log.bytes());
+    const std::vector<std::string> names = {"logs/wide.csv", "logs/detail.csv",
+                                            "logs/A.LOG.detail.csv"};
+    runWell({"logs", "--all"});
+    for (const std::string& name : names) {
+        const size_t count = linesOf(directory.read(name)).size();
+        EXPECT_GT(count, 10U);
+        const ProgramResult result =
+            runProgram({"sh", "-c",
+                        ("ASAN_OPTIONS=detect_leaks=0 exec strace --quiet=all --output=trace "
+                         "--trace=write,writev --trace-path=\"$1\" \"$0\" logs --all"),
+                        toolPath(), directory.path() / name},
+                       directory.path());
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(linesOf(directory.read("trace")).size(), count) << name;
+    }
+}
+
 TEST_F(EndToEndTest, aHostileDirectoryIsConvertedWithStatus0) {
     std::mt19937 random(2019); // gives the same numbers everywhere
     for (const char* name : {"R1.LOG", "R2.LOG", "R3.LOG"}) {

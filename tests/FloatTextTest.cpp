@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -51,6 +52,23 @@ TEST(FloatText, isThatOfTheDefaultNotation) {
         thread.join();
     }
     EXPECT_EQ(differences, 0U);
+}
+
+TEST(FloatText, isThatOfTheValueWhateverWasWrittenBefore) {
+    std::mt19937 random(20190303);
+    std::vector<float> values;
+    for (int count = 0; count < 5000; ++count) {
+        values.push_back(std::bit_cast<float>(static_cast<uint32_t>(random())));
+        values.push_back(static_cast<float>(static_cast<int>(random() % 65536) / 1000.0));
+    }
+    for (int count = 0; count < 200000; ++count) {
+        const float value = values[random() % values.size()];
+        char expected[32];
+        (void)std::snprintf(expected, sizeof expected, ",%g", static_cast<double>(value));
+        FieldText field;
+        field.add(value);
+        ASSERT_EQ(field.text(), expected);
+    }
 }
 
 } // namespace

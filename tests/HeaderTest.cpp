@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -54,6 +55,29 @@ TEST(Header, addAllOntoItselfDoublesTheList) {
     Header header{"A", "B"};
     header.addAll(header);
     EXPECT_EQ(written(header), "A,B,A,B");
+}
+
+TEST(Header, canBeAssignedMovedAndAssignedToItself) {
+    Header first{"A"};
+    Header second{"B"};
+    const Header third = second;
+    second = first;
+    first.addName("C");
+    EXPECT_EQ(written(first), "A,C");
+    EXPECT_EQ(written(second), "A");
+    EXPECT_EQ(written(third), "B");
+
+    const Header& itself = first;
+    first = itself;
+    EXPECT_EQ(written(first), "A,C");
+    first = Header();
+    EXPECT_EQ(written(first), "");
+    first = std::move(second);
+    second = third;
+    EXPECT_EQ(written(first), "A");
+    EXPECT_EQ(written(second), "B");
+    const Header fourth = std::move(first);
+    EXPECT_EQ(written(fourth), "A");
 }
 
 TEST(Header, copiesThatShareAListChangeIndependently) {
