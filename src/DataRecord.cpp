@@ -427,10 +427,6 @@ void DataRecord::moveTo(size_t offset) {
     position = std::min(offset, bytes.size());
 }
 
-std::span<const uint8_t> DataRecord::rest() const {
-    return std::span(bytes).subspan(std::min(position, bytes.size()));
-}
-
 template <typename T>
 T DataRecord::fromBigEndian() {
     using Bits = std::conditional_t<sizeof(T) == 1, uint8_t,

@@ -3,6 +3,7 @@
 #include "Header.h"
 #include "Synopsis.h"
 
+#include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
@@ -305,7 +306,9 @@ protected:
     void moveTo(size_t offset);
 
     /// The bytes from position on.
-    std::span<const uint8_t> rest() const;
+    std::span<const uint8_t> rest() const {
+        return std::span(bytes).subspan(std::min(position, bytes.size()));
+    }
 
     // Field writers: "," and the value.
 
