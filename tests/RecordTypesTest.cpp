@@ -1680,24 +1680,6 @@ TEST(WarrantyDataRecord, everyWriteGivesTheSameRowSinceTheReadPositionStays) {
     }
 }
 
-// A record's bytes may lie where those of a longer one lay.
-TEST(WarrantyDataRecord, aMissingStateIs0WhateverLiesBehindTheRecord) {
-    class Reused : public WarrantyDataRecord {
-    public:
-        void hold(const std::string& data) {
-            bytes = {};
-            bytes.append({reinterpret_cast<const uint8_t*>(data.data()), data.size()});
-        }
-    };
-    Reused record;
-    record.hold(bytesOf("0A 00 00 00 00 00 00 07"));
-    record.interpret();
-    EXPECT_EQ(fieldsOf(record), "DECOMMISSIONED_EXCESSIVE_SHOCK");
-    record.hold(bytesOf("0A 00 00 00 00 00 00"));
-    record.interpret();
-    EXPECT_EQ(fieldsOf(record), "UNCOMMISSIONED");
-}
-
 // =================================================================================================
 // 11: AmbientTemperatureDataRecord
 // =================================================================================================
