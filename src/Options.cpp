@@ -2,32 +2,57 @@
 
 #include "ConvertFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
 namespace {
 
-/// The argument behind the option that was taken last; moves on behind it. Ends the process if
-/// there is none. Any text is taken, even one that begins with "-".
-std::string takeValue(const std::string& option, int argumentCount, const char** arguments,
-                      int& each) {
-    if (each == argumentCount) {
-        std::cerr << option << " needs a value" << std::endl;
-        std::exit(1);
+constexpr Option options[] = {
+    {"--all", "-a", "", "--all (-a)", "produce all output files", Option::chooseOutput},
+    {"--detail", "", "", "--detail", "produce the detailed output file(s)", Option::chooseOutput},
+    {"--dynamicInfo", "-d", "", "--dynamicInfo", "produce the dynamicInfo output file(s)",
+     Option::chooseOutput},
+    {"--soc", "-s", "", "--soc (-s)", "produce the advanced soc output file(s)",
+     Option::chooseOutput},
+    {"--wide", "-w", "", "--wide (-w)",
+     "produce the wide output file (dynamicInfo combined with soc)", Option::chooseOutput},
+    {"--startdate", "", "YYYY-MM-DD", "--startdate", "set the starting date (YYYY-MM-DD)",
+     Option::setStartDate},
+    {"--starttime", "", "HH:MM:SS", "--starttime", "set the starting time (HH:MM:SS)",
+     Option::addStartTime},
+    {"--enddate", "", "YYYY-MM-DD", "--enddate", "set the ending date (YYYY-MM-DD)",
+     Option::setEndDate},
+    {"--endtime", "", "HH:MM:SS", "--endtime", "set the ending time (HH:MM:SS)",
+     Option::addEndTime},
+    {"--help", "-h", "", "--help", "Display help", Option::showHelp},
+    {"--version", "-v", "", "--version", "Display version", Option::showVersion},
+};
+
+/// Ends the process unless the bound holds a date to which a time can be added. The bounds have
+/// defaults, so that is only so after an empty date. The status is 0: scripts that leave a date
+/// empty on purpose have come to rely on it.
+void requireDate(const std::string& bound, const char* timeOption, const char* dateOption) {
+    if (bound.empty()) {
+        std::cerr << timeOption << " must be used with " << dateOption << std::endl;
+        std::exit(0);
     }
-    return arguments[each++];
 }
 
 } // namespace
+
+std::span<const Option> allOptions() {
+    return options;
+}
 
 void Options::parseArguments(int argumentCount, const char** arguments) {
     if (argumentCount <= 1) {
         return;
     }
     bool pathSpecified = false;
-    int each = 1;
-    while (each != argumentCount) {
-        const std::string argument = arguments[each++];
+    int next = 1;
+    while (next != argumentCount) {
+        const std::string argument = arguments[next++];
         if (!argument.starts_with('-')) {
             if (pathSpecified) {
                 std::cerr << "Cannot process both " << p << " and " << argument << std::endl;
@@ -35,34 +60,43 @@ void Options::parseArguments(int argumentCount, const char** arguments) {
             }
             p = argument;
             pathSpecified = true;
-        } else if (argument == "--startdate") {
-            ConvertFile::startDatestamp = takeValue(argument, argumentCount, arguments, each);
-        } else if (argument == "--starttime") {
-            // The bounds have defaults, so this is reported only behind an empty date. It has
-            // always ended with status 0.
-            if (ConvertFile::startDatestamp.empty()) {
-                std::cerr << "--starttime must be used with --startdate" << std::endl;
-                std::exit(0);
+            continue;
+        }
+        const auto* const option = std::ranges::find_if(options, [&](const Option& known) {
+            return argument == known.name || argument == known.shortName;
+        });
+        // Any text is taken as a value, even one that begins with "-".
+        const auto takeValue = [&] {
+            if (next == argumentCount) {
+                std::cerr << argument << " needs a value" << std::endl;
+                std::exit(1);
             }
-            ConvertFile::startDatestamp += ' ';
-            ConvertFile::startDatestamp += takeValue(argument, argumentCount, arguments, each);
-        } else if (argument == "--enddate") {
-            ConvertFile::endDatestamp = takeValue(argument, argumentCount, arguments, each);
-        } else if (argument == "--endtime") {
-            if (ConvertFile::endDatestamp.empty()) {
-                std::cerr << "--endtime must be used with --enddate" << std::endl;
-                std::exit(0);
-            }
-            ConvertFile::endDatestamp += ' ';
-            ConvertFile::endDatestamp += takeValue(argument, argumentCount, arguments, each);
-        } else if (argument == "--help" || argument == "-h") {
+            return arguments[next++];
+        };
+        switch (option != std::end(options) ? option->action : Option::chooseOutput) {
+        case Option::chooseOutput:
+            ConvertFile::enable(argument); // which ignores what is no option
+            break;
+        case Option::setStartDate:
+            ConvertFile::startDatestamp = takeValue();
+            break;
+        case Option::addStartTime:
+            requireDate(ConvertFile::startDatestamp, "--starttime", "--startdate");
+            ConvertFile::startDatestamp += std::string(" ") + takeValue();
+            break;
+        case Option::setEndDate:
+            ConvertFile::endDatestamp = takeValue();
+            break;
+        case Option::addEndTime:
+            requireDate(ConvertFile::endDatestamp, "--endtime", "--enddate");
+            ConvertFile::endDatestamp += std::string(" ") + takeValue();
+            break;
+        case Option::showHelp:
             displayHelp();
             std::exit(0);
-        } else if (argument == "--version" || argument == "-v") {
+        case Option::showVersion:
             std::cout << "convertquorvlogs version " << CONVERTQUORVLOGS_VERSION << std::endl;
             std::exit(0);
-        } else {
-            ConvertFile::enable(argument);
         }
     }
 }
@@ -72,7 +106,7 @@ std::string Options::path() const {
 }
 
 void Options::displayHelp() const {
-    static const char* const lines[] = {
+    static const char* const usage[] = {
         "Usage: convertquorvlogs [ <filename> | <directory> ] [ <options> ]",
         "",
         "When <filename> is provided, only the specified file is processed.",
@@ -81,19 +115,12 @@ void Options::displayHelp() const {
          "assumed."),
         "",
         "Options:",
-        "--all (-a)    => produce all output files",
-        "--detail      => produce the detailed output file(s)",
-        "--dynamicInfo => produce the dynamicInfo output file(s)",
-        "--soc (-s)    => produce the advanced soc output file(s)",
-        "--wide (-w)   => produce the wide output file (dynamicInfo combined with soc)",
-        "--startdate   => set the starting date (YYYY-MM-DD)",
-        "--starttime   => set the starting time (HH:MM:SS)",
-        "--enddate     => set the ending date (YYYY-MM-DD)",
-        "--endtime     => set the ending time (HH:MM:SS)",
-        "--help        => Display help",
-        "--version     => Display version",
     };
-    for (const char* line : lines) {
+    for (const char* line : usage) {
         std::cout << line << std::endl;
+    }
+    for (const Option& option : options) {
+        const std::string padding(14 - option.inHelp.size(), ' ');
+        std::cout << option.inHelp << padding << "=> " << option.help << std::endl;
     }
 }

@@ -1,6 +1,31 @@
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
+
+/// A command-line option, as the parser takes it and the help lists it.
+struct Option {
+    enum Action {
+        chooseOutput, // what ConvertFile::enable() does with it
+        setStartDate,
+        addStartTime,
+        setEndDate,
+        addEndTime,
+        showHelp,
+        showVersion
+    };
+
+    std::string_view name;      // "--all"
+    std::string_view shortName; // "-a"; empty if there is none
+    std::string_view value;     // the form of the value that follows; empty if none does
+    std::string_view inHelp; // the names as the help shows them, which leaves out some short ones
+    std::string_view help;   // what it does
+    Action action;
+};
+
+/// The options, in the order of the help.
+std::span<const Option> allOptions();
 
 /// The command line, read once at the start of a run. It keeps the path to process and sets the
 /// process-wide choices of ConvertFile: its output flags and its date range.
@@ -9,7 +34,7 @@ public:
     /// The path is "." until the command line names another.
     Options() = default;
 
-    /// Parses the arguments behind the program name. Ends the process itself for the help and
+    /// Parses the arguments after the program name. Ends the process itself for the help and
     /// version options and for errors, at the first of these that it meets.
     void parseArguments(int argumentCount, const char** arguments);
 
