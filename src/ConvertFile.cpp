@@ -1,6 +1,5 @@
 #include "ConvertFile.h"
 
-#include <algorithm>
 #include <iostream>
 
 bool ConvertFile::detailEnabled = false;
@@ -103,7 +102,6 @@ bool ConvertFile::insideDateRange(const std::shared_ptr<DataRecord>& record) {
 
 ConvertFile::ConvertFile(const DataFile& file)
     : dataFile(file), detailFilename(file.name() + ".detail.csv") {
-    lineStream.exceptions(std::ios::badbit); // running out of memory ends a run here as elsewhere
     if (!anyEnabled()) {
         enableDefault();
     }
@@ -123,42 +121,39 @@ int ConvertFile::convert() {
             writeDetailHeader(*record, detailStream);
             headerType = type;
         }
+        line.restart();
+        writeRow(*record, globalDetailStream);
+        if (type == DataRecord::ambientTemperatureRecordId) {
+            line.restart(); // it reads its fields while it is written, on from row to row
+        }
+        writeRow(*record, detailStream);
         switch (type) {
         case DataRecord::staticInfoRecordId:
         case DataRecord::staticInfoWithAddressRecordId:
-            writeDetail(*record, detailStream);
             wide.updateStaticInfo(dynamic_cast<const StaticInfoDataRecord&>(*record));
             break;
         case DataRecord::dynamicInfoRecordId:
-        case DataRecord::dynamicInfoWithAddressRecordId: {
-            const std::string_view fields =
-                writeRow(*record, {&globalDetailStream, &detailStream, &globalDynamicInfoStream});
-            wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record), fields);
+        case DataRecord::dynamicInfoWithAddressRecordId:
+            writeRow(*record, globalDynamicInfoStream);
+            wide.updateDynamicInfo(dynamic_cast<const DynamicInfoDataRecord&>(*record));
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
-        }
         case DataRecord::faultRecordId:
-            writeDetail(*record, detailStream);
             wide.updateFault(dynamic_cast<const FaultDataRecord&>(*record));
             break;
         case DataRecord::messageRecordId:
-            writeDetail(*record, detailStream);
             wide.updateMessage(dynamic_cast<const MessageDataRecord&>(*record));
             writeCSVWide(globalWideStream, globalWideFilename);
             break;
         case DataRecord::bmcFirmwareVersionRecordId:
-            writeDetail(*record, detailStream);
             wide.updateBMCFWVersion(dynamic_cast<const BMCFirmwareVersionDataRecord&>(*record));
             break;
         case DataRecord::advancedSocRecordId:
-        case DataRecord::advancedSocWithAddressRecordId: {
-            const std::string_view fields =
-                writeRow(*record, {&globalDetailStream, &detailStream, &globalSocStream});
-            wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record), fields);
+        case DataRecord::advancedSocWithAddressRecordId:
+            writeRow(*record, globalSocStream);
+            wide.updateSOC(dynamic_cast<const AdvancedSOCDataRecord&>(*record));
             break;
-        }
         case DataRecord::powerModeRecordId:
-            writeDetail(*record, detailStream);
             wide.updatePowerMode(dynamic_cast<const PowerModeDataRecord&>(*record));
             break;
         case DataRecord::garble:
@@ -168,34 +163,21 @@ int ConvertFile::convert() {
         case DataRecord::ambientTemperatureRecordId:
         case DataRecord::relativeHumidityRecordId:
         default: // unknown types, like these, have a row in the detail outputs only
-            writeDetail(*record, detailStream);
             break;
         }
     }
     return 0;
 }
 
-std::string_view ConvertFile::writeRow(DataRecord& record,
-                                       std::initializer_list<std::ofstream*> outputs) {
-    const auto works = [](const std::ofstream* os) { return !os->fail(); };
-    if (std::count_if(outputs.begin(), outputs.end(), works) <= 1) {
-        for (std::ofstream* os : outputs) {
-            record.writeCSVTimestampedData(*os);
-        }
-        return {};
+void ConvertFile::writeRow(DataRecord& record, std::ofstream& os) {
+    if (os.fail() || !os.is_open()) {
+        return;
     }
-    static const std::string empty; // an lvalue: assigning it keeps the stream's memory
-    lineStream.str(empty);
-    record.writeCSVTimestampedData(lineStream);
-    std::string_view line = lineStream.view();
-    for (std::ofstream* os : outputs) {
-        if (works(os)) {
-            os->write(line.data(), static_cast<std::streamsize>(line.size())).flush();
-        }
+    if (line.text().empty()) {
+        record.writeCSVTimestampedData(line);
     }
-    line.remove_prefix(std::string_view(record.datestamp).size());
-    line.remove_suffix(1); // the line feed
-    return line;
+    put(line.text(), os);
+    flush(os);
 }
 
 void ConvertFile::writeDetailHeader(DataRecord& record, std::ofstream& detailStream) {
@@ -209,17 +191,13 @@ void ConvertFile::writeDetailHeader(DataRecord& record, std::ofstream& detailStr
     record.writeCSVHeader(globalDetailStream);
 }
 
-void ConvertFile::writeDetail(DataRecord& record, std::ofstream& detailStream) {
-    record.writeCSVTimestampedData(globalDetailStream);
-    record.writeCSVTimestampedData(detailStream);
-}
-
 void ConvertFile::writeCSVWide(std::ofstream& ws, const std::string& filename) {
     if (wideEnabled && !ws.is_open()) {
         ws.open(filename, std::ios::out | std::ios::trunc);
         wide.writeCSVHeader(ws);
     }
     if (!wide.datestamp.empty()) {
-        wide.writeCSVTimestampedData(ws);
+        line.restart();
+        writeRow(wide, ws);
     }
 }

@@ -2,13 +2,11 @@
 
 #include "DataFile.h"
 #include "DataRecord.h"
+#include "LineStream.h"
 
 #include <fstream>
-#include <initializer_list>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <string_view>
 
 /// The conversion of one log file into CSV text, and the choices and outputs that all conversions
 /// of a run share: which outputs are wanted, the date range and the four files that collect the
@@ -70,19 +68,14 @@ public:
     void writeCSVWide(std::ofstream& ws, const std::string& filename);
 
 private:
-    /// Writes the record's row to all of the outputs, and puts it into text only once if more than
-    /// one of them has not failed. Returns the text of the fields in that case, valid until the
-    /// next call; none otherwise. For records whose row can be written any number of times with no
-    /// further effect.
-    std::string_view writeRow(DataRecord& record, std::initializer_list<std::ofstream*> outputs);
+    /// Writes the row that line holds, whole and in one write; puts the record's row there if line
+    /// is empty. Does nothing, and asks the record for nothing, unless the stream is open and
+    /// works.
+    void writeRow(DataRecord& record, std::ofstream& os);
 
     /// Writes the record's header line to the detail outputs, which it opens if they are wanted and
     /// not open.
     void writeDetailHeader(DataRecord& record, std::ofstream& detailStream);
-
-    /// Writes the record's row to the detail outputs, the global one first: a record that reads its
-    /// fields while it is written gives them to the first only.
-    static void writeDetail(DataRecord& record, std::ofstream& detailStream);
 
     // These live from program start to process exit, which closes the streams.
     static std::string globalDynamicInfoFilename;
@@ -99,5 +92,5 @@ private:
     std::string detailFilename;
     std::string socFilename;         // stays empty
     std::string dynamicInfoFilename; // stays empty
-    std::ostringstream lineStream;   // of writeRow()
+    LineStream line;                 // the row that is being written, for all of its outputs
 };

@@ -25,7 +25,7 @@ public:
     /// A file that was opened always has at least one record: end of file is noticed only by a read
     /// that fails, so the last record is the one in which that read happened. It is the cut-off
     /// frame if the file ends inside one, and an UnknownDataRecord of the single byte 0xFF if the
-    /// file ends behind a complete frame. This extra record is kept, since the order in which files
+    /// file ends after a complete frame. This extra record is kept, since the order in which files
     /// are converted depends on its datestamp.
     explicit DataFile(const std::string& inputFilename);
 

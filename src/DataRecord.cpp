@@ -1,268 +1,15 @@
 #include "DataRecord.h"
 
+#include "FieldText.h"
+
 #include <algorithm>
 #include <bit>
-#include <charconv>
-#include <cmath>
-#include <cstring>
 #include <iomanip>
 #include <istream>
 #include <ostream>
-#include <sstream>
 #include <type_traits>
-#include <vector>
 
 Synopsis synopsis;
-
-// =================================================================================================
-// Datestamp
-// =================================================================================================
-
-namespace {
-
-/// Writes the number, below 100, as two digits.
-char* writeTwoDigits(char* to, unsigned number) {
-    to[0] = static_cast<char>('0' + number / 10);
-    to[1] = static_cast<char>('0' + number % 10);
-    return to + 2;
-}
-
-/// Writes the number, which has no more than four digits, with at least two.
-char* writePadded(char* to, uint32_t number) {
-    if (number < 100) {
-        return writeTwoDigits(to, number);
-    }
-    if (number >= 1000) {
-        *to++ = static_cast<char>('0' + number / 1000);
-    }
-    *to++ = static_cast<char>('0' + number / 100 % 10);
-    return writeTwoDigits(to, number % 100);
-}
-
-/// Writes the date of a day number.
-char* writeDate(char* to, unsigned short days) {
-    // A year is passed only by a day number greater than its length, a month by one that is equal,
-    // too. So the first day of each year after 1984 stays in the year before and comes out as its
-    // month 13, which still sorts between 31 December and 2 January. The outputs have always been
-    // so.
-    unsigned short year = 1984;
-    while (days > DataRecord::daysPerYear(year)) {
-        days = static_cast<unsigned short>(days - DataRecord::daysPerYear(year));
-        ++year;
-    }
-    unsigned short month = DataRecord::January;
-    for (unsigned short length = 0; days >= (length = DataRecord::daysPerMonth(month, year));
-         ++month) {
-        days = static_cast<unsigned short>(days - length);
-    }
-    to = writePadded(to, year);
-    *to++ = '-';
-    to = writePadded(to, month);
-    *to++ = '-';
-    return writePadded(to, days + 1U);
-}
-
-/// Writes the time of a number of milliseconds.
-char* writeTime(char* to, uint32_t milliseconds) {
-    uint32_t seconds = milliseconds / 1000;
-    milliseconds %= 1000;
-    uint32_t minutes = seconds / 60;
-    seconds %= 60;
-    const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
-    minutes %= 60;
-    to = writePadded(to, hours);
-    *to++ = ':';
-    to = writePadded(to, minutes);
-    *to++ = ':';
-    to = writePadded(to, seconds);
-    *to++ = '.';
-    if (milliseconds < 10) {
-        *to = static_cast<char>('0' + milliseconds);
-        return to + 1;
-    }
-    return writePadded(to, milliseconds);
-}
-
-} // namespace
-
-Datestamp::Datestamp(std::string_view date, std::string_view time) {
-    append(date);
-    append(" ");
-    append(time);
-}
-
-void Datestamp::assign(uint16_t day, uint32_t milliseconds) {
-    // Most records follow one of the same day.
-    thread_local uint16_t knownDay = 0;
-    thread_local std::array<char, 10> knownDate = {'1', '9', '8', '4', '-',
-                                                   '0', '1', '-', '0', '1'};
-    if (day != knownDay) {
-        writeDate(knownDate.data(), day);
-        knownDay = day;
-    }
-    char* const time = std::copy(knownDate.begin(), knownDate.end(), text.begin());
-    *time = ' ';
-    length = static_cast<uint8_t>(writeTime(time + 1, milliseconds) - text.data());
-}
-
-void Datestamp::append(std::string_view part) {
-    const size_t count = part.copy(text.data() + length, text.size() - length);
-    length = static_cast<uint8_t>(length + count);
-}
-
-std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp) {
-    return os << std::string_view(datestamp);
-}
-
-// =================================================================================================
-// RecordBytes
-// =================================================================================================
-
-void RecordBytes::append(std::span<const uint8_t> added) {
-    if (auto* within = std::get_if<Within>(&held)) {
-        if (added.size() <= within->bytes.size() - within->length) {
-            std::copy(added.begin(), added.end(), within->bytes.begin() + within->length);
-            within->length = static_cast<uint8_t>(within->length + added.size());
-            return;
-        }
-        std::vector<uint8_t> block;
-        block.reserve(within->length + added.size());
-        block.assign(begin(), end());
-        held = std::move(block);
-    }
-    auto& block = *std::get_if<std::vector<uint8_t>>(&held);
-    const size_t needed = block.size() + added.size();
-    if (needed > block.capacity()) {
-        block.reserve(needed + needed / 16); // a vector of its own accord doubles
-    }
-    block.insert(block.end(), added.begin(), added.end());
-}
-
-// =================================================================================================
-// FieldText
-// =================================================================================================
-
-namespace {
-
-static_assert(std::endian::native == std::endian::little, "text is put together in registers");
-
-/// The decimal digits of a number below 10^6, each in a byte of its own, the first one lowest.
-uint64_t sixDigits(uint64_t number) {
-    const uint64_t hundreds = number / 100;
-    const uint64_t first = hundreds / 100;
-    const uint64_t pairs = first | (hundreds - first * 100) << 16 | (number - hundreds * 100) << 32;
-    const uint64_t tens =
-        (pairs * 103 >> 10) & 0x000F000F000F; // x * 103 / 1024 is x / 10 below 100
-    return tens | (pairs - tens * 10) << 8;
-}
-
-/// Writes the float with up to 6 significant digits in fixed notation, if that is the default
-/// notation of its value; otherwise writes nothing and returns null. May touch 14 characters,
-/// whatever the length of the text.
-///
-/// A float times a power of ten up to 10^9 is exact in double precision: 24 bits of the float and
-/// 21 of the power, whose other factor is a power of two. So the rounding to an integer of 6 digits
-/// is the only one, as it is in the standard's conversion: to the nearest, from the middle to the
-/// even one.
-char* writeFixed(char* to, float value) {
-    constexpr int smallestExponent = -4;
-    static constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
-    static constexpr double scales[] = {1e9, 1e8, 1e7, 1e6, 1e5, 1e4, 1e3, 1e2, 1e1, 1e0};
-
-    const double magnitude = std::fabs(static_cast<double>(value));
-    if (!(magnitude >= 1e-4 && magnitude < 999999.5)) {
-        return nullptr;
-    }
-    // The decimal exponent is the binary one times log10(2), rounded down, or one more.
-    const int binaryExponent = static_cast<int>(std::bit_cast<uint32_t>(value) >> 23 & 0xFF) - 127;
-    int exponent = (binaryExponent * 1233) >> 12;
-    exponent += magnitude >= powers[exponent + 1 - smallestExponent] ? 1 : 0;
-
-    const double scaled = magnitude * scales[exponent - smallestExponent];
-    // The sum has no room for a fraction: it is rounded, and its lowest bits are the integer.
-    uint64_t number = std::bit_cast<uint64_t>(scaled + 0x1p52) & 0xFFFFFFFF;
-    if (number == 1000000) { // rounded up to the next power of ten
-        number = 100000;
-        ++exponent;
-    }
-    const uint64_t digits = sixDigits(number);
-    const int count = 8 - std::countl_zero(digits) / 8; // without the zeros at the end
-    const uint64_t text = digits | 0x3030303030303030;
-
-    *to = '-';
-    to += std::signbit(value) ? 1 : 0;
-    if (exponent < 0) {
-        std::memcpy(to, "0.000", 5);
-        to += 1 - exponent;
-        std::memcpy(to, &text, sizeof text);
-        return to + count;
-    }
-    const int whole = exponent + 1; // digits before the point
-    std::memcpy(to, &text, sizeof text);
-    if (count <= whole) {
-        return to + whole;
-    }
-    to[whole] = '.';
-    const uint64_t fraction = text >> (8 * whole);
-    std::memcpy(to + whole + 1, &fraction, sizeof fraction);
-    return to + count + 1;
-}
-
-} // namespace
-
-void FieldText::add(bool value) {
-    add(value ? 1U : 0U);
-}
-
-void FieldText::add(float value) {
-    // The values of a log repeat, and to look a text up takes less time than to put it together. A
-    // value goes where its bits lead, in place of whatever stood there.
-    struct Known {
-        uint32_t bits;
-        uint8_t length; // 0 before the first value
-        std::array<char, 11> text;
-    };
-    constexpr int indexBits = 10; // 16 KB, which stay in the processor's cache
-    thread_local std::array<Known, 1 << indexBits> table;
-
-    buffer[length++] = ',';
-    char* const begin = buffer.data() + length;
-    const auto bits = std::bit_cast<uint32_t>(value);
-    Known& known = table[bits * 0x9E3779B1U >> (32 - indexBits)];
-    if (known.bits == bits && known.length != 0) {
-        std::memcpy(begin, known.text.data(), known.text.size());
-        length += known.length;
-        return;
-    }
-    char* end = writeFixed(begin, value);
-    if (end == nullptr) {
-        end = std::to_chars(begin, buffer.end(), value, std::chars_format::general, 6).ptr;
-    }
-    const auto size = static_cast<size_t>(end - begin);
-    length += size;
-    if (size <= known.text.size()) {
-        known.bits = bits;
-        known.length = static_cast<uint8_t>(size);
-        std::copy(begin, end, known.text.begin());
-    }
-}
-
-void FieldText::add(int value) {
-    buffer[length++] = ',';
-    char* const end = std::to_chars(buffer.data() + length, buffer.end(), value).ptr;
-    length = static_cast<size_t>(end - buffer.data());
-}
-
-void FieldText::add(unsigned int value) {
-    buffer[length++] = ',';
-    char* const end = std::to_chars(buffer.data() + length, buffer.end(), value).ptr;
-    length = static_cast<size_t>(end - buffer.data());
-}
-
-void FieldText::addEmpty(size_t count) {
-    std::fill_n(buffer.data() + length, count, ',');
-    length += count;
-}
 
 // =================================================================================================
 // DataRecord: factories
@@ -346,10 +93,10 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
     while (!hasReadEtx && !stream.eof()) {
         // All bytes up to the next DLE in one go: reading them one by one costs more than all else
         // that is done with them.
-        char run[512];
-        stream.getline(run, sizeof run, dle);
+        char chunk[512];
+        stream.getline(chunk, sizeof chunk, dle);
         const auto count = static_cast<size_t>(stream.gcount());
-        const std::span bytes(reinterpret_cast<const uint8_t*>(run), count);
+        const std::span bytes(reinterpret_cast<const uint8_t*>(chunk), count);
         if (stream.good()) { // the last one is the DLE, which isn't stored
             append(bytes.first(count - 1));
             const int code = stream.get();
@@ -360,11 +107,13 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
             }
         } else {
             append(bytes);
-            if (count == sizeof run - 1 && !stream.eof() && !stream.bad()) {
+            if (count == sizeof chunk - 1 && !stream.eof() && !stream.bad()) {
                 stream.clear(); // there was no room for more
                 continue;
             }
-            // The end of the stream counts as a data byte 0xFF: the outputs have always been so.
+            // The end of the stream counts as a data byte 0xFF. A log that ends with a whole frame
+            // so gets a last record of that byte alone, whose datestamp of 1984 decides where the
+            // log stands among others.
             append({&endOfStream, 1});
         }
         // A failing read ends the stream as well: a loop that waits for the end of file would
@@ -379,15 +128,15 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
     return result;
 }
 
+std::span<const DataRecord::TypeEntry> DataRecord::types() {
+    return typeEntries;
+}
+
 std::shared_ptr<DataRecord> DataRecord::factory(Type type) {
     if (type < std::size(typeEntries)) {
         return typeEntries[type].make();
     }
     return std::make_shared<UnknownDataRecord>();
-}
-
-std::span<const DataRecord::TypeEntry> DataRecord::types() {
-    return typeEntries;
 }
 
 // =================================================================================================
@@ -405,14 +154,15 @@ std::span<const DataRecord::TypeEntry> DataRecord::types() {
 namespace {
 
 constexpr size_t timeOffset = 1;
-constexpr size_t dayOffset = 5;
-constexpr size_t payloadOffset = 7;
+constexpr size_t dayOffset = timeOffset + 4;
+constexpr size_t payloadOffset = dayOffset + 2;
 
 } // namespace
 
 void DataRecord::interpret() {
-    const uint16_t day = storedDay();
-    datestamp.assign(day, storedMilliseconds());
+    datestamp = interpretDate();
+    datestamp += " ";
+    datestamp += interpretTime();
     interpretPayload();
     interpreted = true;
 }
@@ -434,8 +184,8 @@ T DataRecord::fromBigEndian() {
     const std::span<const uint8_t> left = rest();
     const size_t count = std::min(sizeof(T), left.size());
     uint32_t bits = 0;
-    for (size_t each = 0; each < sizeof(T); ++each) {
-        bits = bits << 8 | (each < count ? left[each] : 0U);
+    for (size_t index = 0; index < sizeof(T); ++index) {
+        bits = bits << 8 | (index < count ? left[index] : 0U);
     }
     position += count;
     return std::bit_cast<T>(static_cast<Bits>(bits));
@@ -459,6 +209,20 @@ template void DataRecord::skip<char>(unsigned long n);
 template void DataRecord::skip<unsigned char>(unsigned long n);
 template void DataRecord::skip<unsigned short>(unsigned long n);
 
+namespace {
+
+constexpr std::string_view whiteSpace = " \t\n\v\f\r";
+
+/// The first word of the text, empty if there is none; takes it off the text.
+std::string_view takeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(whiteSpace));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+} // namespace
+
 std::string_view DataRecord::terminatedText(unsigned short length) {
     const std::span<const uint8_t> left = rest();
     const auto end = std::find(left.begin(), left.end(), uint8_t{0});
@@ -470,26 +234,98 @@ std::string_view DataRecord::terminatedText(unsigned short length) {
 // DataRecord: time stamps
 // =================================================================================================
 
-uint16_t DataRecord::storedDay() {
-    moveTo(dayOffset);
-    return fromBigEndian<uint16_t>();
+std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp) {
+    return os << std::string_view(datestamp);
 }
 
-uint32_t DataRecord::storedMilliseconds() {
-    moveTo(timeOffset);
-    const auto milliseconds = fromBigEndian<uint32_t>();
-    moveTo(payloadOffset);
-    return milliseconds;
+namespace {
+
+/// Writes the number, below 100, as two digits.
+char* writeTwoDigits(char* to, unsigned number) {
+    to[0] = static_cast<char>('0' + number / 10);
+    to[1] = static_cast<char>('0' + number % 10);
+    return to + 2;
 }
+
+/// Writes the number, which has no more than four digits, with at least two.
+char* writePadded(char* to, uint32_t number) {
+    if (number < 100) {
+        return writeTwoDigits(to, number);
+    }
+    if (number >= 1000) {
+        *to++ = static_cast<char>('0' + number / 1000);
+    }
+    *to++ = static_cast<char>('0' + number / 100 % 10);
+    return writeTwoDigits(to, number % 100);
+}
+
+/// The date of a day number.
+std::string dateOf(unsigned short days) {
+    // A year is passed only by a day number greater than its length, a month by one that is equal,
+    // too. So the first day of each year after 1984 stays in the year before and comes out as its
+    // month 13. That still sorts between 31 December and 2 January, and users who compare files
+    // find the same day under the same name in all of them.
+    unsigned short year = 1984;
+    while (days > DataRecord::daysPerYear(year)) {
+        days = static_cast<unsigned short>(days - DataRecord::daysPerYear(year));
+        ++year;
+    }
+    unsigned short month = DataRecord::January;
+    for (unsigned short length = 0; days >= (length = DataRecord::daysPerMonth(month, year));
+         ++month) {
+        days = static_cast<unsigned short>(days - length);
+    }
+    char text[Datestamp::maximumLength];
+    char* to = writePadded(text, year);
+    *to++ = '-';
+    to = writePadded(to, month);
+    *to++ = '-';
+    return {text, writePadded(to, days + 1U)};
+}
+
+/// The time of a number of milliseconds.
+std::string timeOf(uint32_t milliseconds) {
+    uint32_t seconds = milliseconds / 1000;
+    milliseconds %= 1000;
+    uint32_t minutes = seconds / 60;
+    seconds %= 60;
+    const uint32_t hours = minutes / 60; // of any number: no carry into the day takes place
+    minutes %= 60;
+    char text[Datestamp::maximumLength];
+    char* to = writePadded(text, hours);
+    *to++ = ':';
+    to = writePadded(to, minutes);
+    *to++ = ':';
+    to = writePadded(to, seconds);
+    *to++ = '.';
+    if (milliseconds < 10) {
+        *to++ = static_cast<char>('0' + milliseconds);
+    } else {
+        to = writePadded(to, milliseconds);
+    }
+    return {text, to};
+}
+
+} // namespace
 
 std::string DataRecord::interpretDate() {
-    char text[Datestamp::maximumLength];
-    return {text, writeDate(text, storedDay())};
+    // Most records follow one of the same day.
+    static uint16_t knownDay = 0;
+    static std::string knownDate = dateOf(knownDay);
+    moveTo(dayOffset);
+    const auto day = fromBigEndian<uint16_t>();
+    if (day != knownDay) {
+        knownDate = dateOf(day);
+        knownDay = day;
+    }
+    return knownDate;
 }
 
 std::string DataRecord::interpretTime() {
-    char text[Datestamp::maximumLength];
-    return {text, writeTime(text, storedMilliseconds())};
+    moveTo(timeOffset);
+    std::string time = timeOf(fromBigEndian<uint32_t>());
+    moveTo(payloadOffset);
+    return time;
 }
 
 unsigned short DataRecord::daysPerYear(unsigned short year) {
@@ -513,9 +349,8 @@ unsigned short DataRecord::daysPerMonth(unsigned short month, unsigned short yea
 // DataRecord: CSV lines
 //
 // The writers of whole lines and of their parts write nothing to a stream that has failed. Writing
-// to one that was never opened fails at the datestamp, and the data fields behind it are then not
-// asked for. Outputs that are not wanted are skipped in this way. (A line that is written in one go
-// fails as a whole; its fields have no effect but their text.)
+// to one that was never opened fails at the datestamp, and the data fields after it are then not
+// asked for.
 // =================================================================================================
 
 Header& DataRecord::header() {
@@ -562,12 +397,13 @@ void DataRecord::writeCSVTimestamp(std::ostream& os) {
 void DataRecord::writeCSVData(std::ostream& os) {
     if (!os.fail()) {
         writeBasicCSV(os);
-        os << std::endl;
+        put("\n", os);
+        flush(os);
     }
 }
 
 void DataRecord::writeDatestamp(std::ostream& os) {
-    os << datestamp;
+    put(datestamp, os);
 }
 
 void DataRecord::writeCSVHeader(Type type, std::ostream& os) {
@@ -580,26 +416,11 @@ void DataRecord::writeCSVHeaderText(Type type, std::ostream& os) {
     factory(type)->writeCSVHeaderText(os);
 }
 
-namespace {
-
-/// Writes a text that a log may make as long as it likes. A file stream writes a text of 1024
-/// characters or more past its buffer, so that the line would leave the tool in several writes and
-/// not in one: such a text goes to the stream in pieces.
-void writeText(std::string_view text, std::ostream& os) {
-    constexpr size_t longestPiece = 1000;
-    for (; text.size() > longestPiece; text.remove_prefix(longestPiece)) {
-        os << text.substr(0, longestPiece);
-    }
-    os << text;
-}
-
-} // namespace
-
 template <typename T>
 void DataRecord::writeScalar(T value, std::ostream& os) {
-    FieldText field;
+    FieldText field(os);
     field.add(value);
-    os << field.text();
+    field.write();
 }
 
 template void DataRecord::writeScalar<bool>(bool value, std::ostream& os);
@@ -631,8 +452,15 @@ uint8_t DataRecord::writeUint8(std::ostream& os) {
 }
 
 void DataRecord::writeString(std::ostream& os, unsigned short length) {
-    os << ',';
-    writeText(terminatedText(length), os);
+    os << ',' << terminatedText(length);
+}
+
+// =================================================================================================
+// ModuleDataRecord
+// =================================================================================================
+
+uint8_t ModuleDataRecord::moduleId() const {
+    return static_cast<uint8_t>(moduleAddress);
 }
 
 // =================================================================================================
@@ -647,7 +475,8 @@ void UnknownDataRecord::initializeHeader(Header& names) {
 }
 
 void UnknownDataRecord::writeBasicCSV(std::ostream& os) {
-    // No comma before the dump, and the stream stays in hexadecimal: both have always been so.
+    // No comma before the dump: who splits the detail files tells the rows of unknown records by
+    // that. The stream stays in hexadecimal; the line that follows sets decimal.
     moveTo(0);
     os << std::hex << std::setfill('0');
     while (position < bytes.size()) {
@@ -715,22 +544,18 @@ std::string StaticInfoDataRecord::interpretString(unsigned short length) {
 }
 
 void StaticInfoDataRecord::writeBasicCSV(std::ostream& os) {
-    writeScalar<unsigned short>(moduleAddress, os);
-    writeScalar<unsigned short>(cycleCount, os);
-    writeScalar<unsigned short>(manufactureDate, os);
-    writeScalar<unsigned short>(serialNumber, os);
-    writeScalar<unsigned short>(seriesCells, os);
-    os << ',';
-    writeText(deviceName, os);
-    os << ',';
-    writeText(firmwareVersion, os);
-    writeScalar<unsigned short>(temperatureSensors, os);
-    writeScalar<float>(cumulativeChargeAs, os);
-    writeScalar<float>(cumulativeDischargeAs, os);
-}
-
-uint8_t StaticInfoDataRecord::moduleId() const {
-    return static_cast<uint8_t>(moduleAddress);
+    FieldText row(os);
+    row.add(moduleAddress);
+    row.add(cycleCount);
+    row.add(manufactureDate);
+    row.add(serialNumber);
+    row.add(seriesCells);
+    row.add(deviceName);
+    row.add(firmwareVersion);
+    row.add(temperatureSensors);
+    row.add(cumulativeChargeAs);
+    row.add(cumulativeDischargeAs);
+    row.write();
 }
 
 // 13: the module address (uint8), then the payload above.
@@ -777,8 +602,19 @@ void DynamicInfoDataRecord::initializeHeader(Header& names) {
     names.addAll(columns);
 }
 
+namespace {
+
+constexpr size_t bytesOfReadings = 2 * (DataRecord::seriesCells + DataRecord::temperatureSensors);
+constexpr size_t lengthWithShortCurrent = payloadOffset + 12 + bytesOfReadings;
+constexpr size_t lengthWithAddress = payloadOffset + 1 + 14 + bytesOfReadings;
+
+static_assert(lengthWithShortCurrent == 35, "what older firmware writes");
+static_assert(lengthWithAddress <= RecordBytes::withinCapacity,
+              "the most frequent record would need a heap block");
+
+} // namespace
+
 void DynamicInfoDataRecord::interpretPayload() {
-    constexpr size_t lengthWithShortCurrent = 35;
     constexpr uint16_t heatBit = 1 << 10;
     constexpr uint16_t balanceBit = 1 << 13;
 
@@ -816,35 +652,27 @@ void DynamicInfoDataRecord::interpretPayload() {
 }
 
 void DynamicInfoDataRecord::writeBasicCSV(std::ostream& os) {
-    os << fields().text();
-}
-
-FieldText DynamicInfoDataRecord::fields() {
-    FieldText text;
+    FieldText row(os);
     if (interpreted) {
-        text.add(moduleAddress);
-        text.add(packVoltage);
-        text.add(current);
-        text.add(soc);
-        text.add(dsoc);
+        row.add(moduleAddress);
+        row.add(packVoltage);
+        row.add(current);
+        row.add(soc);
+        row.add(dsoc);
         for (const float voltage : cellVoltage) {
-            text.add(voltage);
+            row.add(voltage);
         }
         const auto [lowest, highest] = std::minmax_element(cellVoltage.begin(), cellVoltage.end());
-        text.add(*highest - *lowest);
+        row.add(*highest - *lowest);
         for (const float temperature : cellTemperature) {
-            text.add(temperature);
+            row.add(temperature);
         }
-        text.add(heat);
-        text.add(balance);
+        row.add(heat);
+        row.add(balance);
     } else {
-        text.addEmpty(header().size());
+        row.addEmpty(header().size());
     }
-    return text;
-}
-
-uint8_t DynamicInfoDataRecord::moduleId() const {
-    return static_cast<uint8_t>(moduleAddress);
+    row.write();
 }
 
 // 14: the module address (uint8), then the payload above.
@@ -878,30 +706,36 @@ void FaultDataRecord::interpretPayload() {
     faultMap[static_cast<uint8_t>(error_register)] = additional_information;
 }
 
+namespace {
+
+/// A category of faults: its column in the combined state and the operation that names its faults.
+/// Other categories have neither.
+struct FaultCategory {
+    uint8_t code;
+    const char* column;
+    void (FaultDataRecord::*interpret)(unsigned short bits, std::ostream& out);
+};
+
+constexpr FaultCategory faultCategories[] = {
+    {1, "General Faults", &FaultDataRecord::interpretGeneralFault},
+    {2, "Current Faults", &FaultDataRecord::interpretCurrentFault},
+    {4, "Voltage Faults", &FaultDataRecord::interpretVoltageFault},
+    {8, "Temperature Faults", &FaultDataRecord::interpretTemperatureFault},
+    {16, "Communication Faults", &FaultDataRecord::interpretCommunicationFault},
+    {128, "FeatureFaults", &FaultDataRecord::interpretFeatureFault},
+};
+
+} // namespace
+
 void FaultDataRecord::writeBasicCSV(std::ostream& os) {
-    writeScalar<unsigned short>(error_register, os);
-    writeScalar<unsigned short>(additional_information, os);
-    switch (error_register) {
-    case 1:
-        interpretGeneralFault(additional_information, os);
-        break;
-    case 2:
-        interpretCurrentFault(additional_information, os);
-        break;
-    case 4:
-        interpretVoltageFault(additional_information, os);
-        break;
-    case 8:
-        interpretTemperatureFault(additional_information, os);
-        break;
-    case 16:
-        interpretCommunicationFault(additional_information, os);
-        break;
-    case 128:
-        interpretFeatureFault(additional_information, os);
-        break;
-    default: // the controller names no faults of other categories
-        break;
+    FieldText row(os);
+    row.add(error_register);
+    row.add(additional_information);
+    row.write();
+    for (const FaultCategory& category : faultCategories) {
+        if (category.code == error_register) {
+            (this->*category.interpret)(additional_information, os);
+        }
     }
     os << std::dec;
 }
@@ -917,7 +751,7 @@ void FaultDataRecord::interpretFault(unsigned short bits, const char** names, st
 }
 
 void FaultDataRecord::interpretGeneralFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Low SOC",
         "Self-test",
         "AC Present while truck on",
@@ -937,7 +771,7 @@ void FaultDataRecord::interpretGeneralFault(unsigned short bits, std::ostream& o
 }
 
 void FaultDataRecord::interpretCurrentFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Charge current warning",
         "Discharge current warning",
         "Charge current error",
@@ -950,7 +784,7 @@ void FaultDataRecord::interpretCurrentFault(unsigned short bits, std::ostream& o
 }
 
 void FaultDataRecord::interpretVoltageFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Voltage sense wire", "Voltage measurement error", "High cell voltage",
         "Low cell voltage",   "Hardware over voltage",     "",
     };
@@ -958,7 +792,7 @@ void FaultDataRecord::interpretVoltageFault(unsigned short bits, std::ostream& o
 }
 
 void FaultDataRecord::interpretTemperatureFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Cell temperature measurement error",
         "High cell temperature",
         "Low cell temperature",
@@ -970,7 +804,7 @@ void FaultDataRecord::interpretTemperatureFault(unsigned short bits, std::ostrea
 }
 
 void FaultDataRecord::interpretCommunicationFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Loss of CAN Rx",
         "Loss of internal communication",
         "",
@@ -979,7 +813,7 @@ void FaultDataRecord::interpretCommunicationFault(unsigned short bits, std::ostr
 }
 
 void FaultDataRecord::interpretFeatureFault(unsigned short bits, std::ostream& out) {
-    const char* names[] = {
+    static const char* names[] = {
         "Heater error",
         "Fan error",
         "Cell balancing error",
@@ -1019,9 +853,11 @@ void ShockDataRecord::interpretPayload() {
 }
 
 void ShockDataRecord::writeBasicCSV(std::ostream& os) {
-    writeScalar<short>(x, os);
-    writeScalar<short>(y, os);
-    writeScalar<short>(z, os);
+    FieldText row(os);
+    row.add(x);
+    row.add(y);
+    row.add(z);
+    row.write();
 }
 
 // =================================================================================================
@@ -1040,22 +876,26 @@ namespace {
 constexpr std::string_view systemStatePrefix = "systemState=+";
 constexpr std::string_view chargeSchedulePrefix = "chargeSchedule.state = ";
 
-/// The part of the message behind the prefix; empty if the message does not begin with it.
-std::string textBehind(std::string_view prefix, const std::string& message) {
+/// The part of the message after the prefix; empty if the message does not begin with it.
+std::string textAfter(std::string_view prefix, const std::string& message) {
     return message.starts_with(prefix) ? message.substr(prefix.size()) : std::string();
 }
 
-/// The signal whose report begins with the prefix. The number is whatever a formatted extraction
-/// makes of the text: white space is skipped, a sign is taken, an overflow gives the largest
-/// number, and no number at all counts as 0.
-TriState signalBehind(std::string_view prefix, const std::string& message) {
+/// The signal whose report begins with the prefix. The number is what a formatted extraction makes
+/// of the text: white space is skipped, a sign is taken, a number that is too large is not 0, and
+/// no number at all counts as 0.
+TriState signalAfter(std::string_view prefix, std::string_view message) {
     if (!message.starts_with(prefix)) {
-        return TriState::Indeterminate;
+        return Indeterminate;
     }
-    std::istringstream text(message.substr(prefix.size()));
-    uint32_t number = 0;
-    text >> number;
-    return number != 0 ? TriState::True : TriState::False;
+    message.remove_prefix(prefix.size());
+    message.remove_prefix(std::min(message.find_first_not_of(whiteSpace), message.size()));
+    if (message.starts_with('+') || message.starts_with('-')) {
+        message.remove_prefix(1);
+    }
+    const size_t zeros = std::min(message.find_first_not_of('0'), message.size());
+    message.remove_prefix(zeros);
+    return !message.empty() && message.front() >= '1' && message.front() <= '9' ? True : False;
 }
 
 } // namespace
@@ -1105,34 +945,34 @@ void MessageDataRecord::writeBasicCSV(std::ostream& os) {
     } else if (state == "ST_RESTART") {
         synopsis.start(datestamp, Synopsis::unknown);
     }
-    os << ',';
-    writeText(message, os);
-    os << ',';
-    writeText(state, os);
+    FieldText row(os);
+    row.add(message);
+    row.add(state);
+    row.write();
 }
 
 std::string MessageDataRecord::systemState() const {
-    return textBehind(systemStatePrefix, message);
+    return textAfter(systemStatePrefix, message);
 }
 
 std::string MessageDataRecord::chargeScheduleState() const {
-    return textBehind(chargeSchedulePrefix, message);
+    return textAfter(chargeSchedulePrefix, message);
 }
 
 TriState MessageDataRecord::sbx() const {
-    return signalBehind("sbx_sense=+", message);
+    return signalAfter("sbx_sense=+", message);
 }
 
 TriState MessageDataRecord::button() const {
-    return signalBehind("hud_multifunc=+", message);
+    return signalAfter("hud_multifunc=+", message);
 }
 
 TriState MessageDataRecord::acPresent() const {
-    return signalBehind("ac_no_sense=+", message);
+    return signalAfter("ac_no_sense=+", message);
 }
 
 TriState MessageDataRecord::interlock() const {
-    return signalBehind("interlock=+", message);
+    return signalAfter("interlock=+", message);
 }
 
 // =================================================================================================
@@ -1154,8 +994,9 @@ void BMCFirmwareVersionDataRecord::interpretPayload() {
 }
 
 void BMCFirmwareVersionDataRecord::writeBasicCSV(std::ostream& os) {
-    os << ',';
-    writeText(firmwareVersion, os);
+    FieldText row(os);
+    row.add(firmwareVersion);
+    row.write();
 }
 
 // =================================================================================================
@@ -1184,25 +1025,17 @@ void AdvancedSOCDataRecord::interpretPayload() {
 }
 
 void AdvancedSOCDataRecord::writeBasicCSV(std::ostream& os) {
-    os << fields().text();
-}
-
-FieldText AdvancedSOCDataRecord::fields() {
-    FieldText text;
+    FieldText row(os);
     if (interpreted) {
-        text.add(moduleAddress);
-        text.add(chargeMAH);
-        text.add(dischargeMAH);
-        text.add(soh); // under the heading "dsoc"
-        text.add(soc); // under the heading "soh"
+        row.add(moduleAddress);
+        row.add(chargeMAH);
+        row.add(dischargeMAH);
+        row.add(soh); // under the heading "dsoc"
+        row.add(soc); // under the heading "soh"
     } else {
-        text.addEmpty(header().size());
+        row.addEmpty(header().size());
     }
-    return text;
-}
-
-uint8_t AdvancedSOCDataRecord::moduleId() const {
-    return static_cast<uint8_t>(moduleAddress);
+    row.write();
 }
 
 // 15: the module address (uint8), then the payload above.
@@ -1230,7 +1063,9 @@ void MeasuredCurrentDataRecord::interpretPayload() {
 }
 
 void MeasuredCurrentDataRecord::writeBasicCSV(std::ostream& os) {
-    writeScalar<int>(current, os);
+    FieldText row(os);
+    row.add(current);
+    row.write();
 }
 
 // =================================================================================================
@@ -1251,21 +1086,10 @@ void PowerModeDataRecord::interpretPayload() {
 }
 
 void PowerModeDataRecord::writeBasicCSV(std::ostream& os) {
-    switch (powerMode) {
-    case EEPROM_POWER_FLAG_MANUAL_TRAVEL_MODE:
-        os << ",manual-travel";
-        break;
-    case EEPROM_POWER_FLAG_DORMANT_MODE:
-        os << ",dormant";
-        break;
-    case EEPROM_POWER_FLAG_RESERVE_MODE:
-        os << ",reserve";
-        break;
-    case EEPROM_POWER_FLAG_NORMAL_MODE:
-    default:
-        os << ",normal";
-        break;
-    }
+    os << (powerMode == EEPROM_POWER_FLAG_MANUAL_TRAVEL_MODE ? ",manual-travel"
+           : powerMode == EEPROM_POWER_FLAG_DORMANT_MODE     ? ",dormant"
+           : powerMode == EEPROM_POWER_FLAG_RESERVE_MODE     ? ",reserve"
+                                                             : ",normal");
 }
 
 // =================================================================================================
@@ -1282,51 +1106,24 @@ void WarrantyDataRecord::initializeHeader(Header& names) {
 }
 
 void WarrantyDataRecord::writeBasicCSV(std::ostream& os) {
+    static constexpr const char* names[] = {
+        "UNCOMMISSIONED",
+        "COMMISSIONED",
+        "DECOMMISSIONED_VOLT_LOW",
+        "DECOMMISSIONED_VOLT_HIGH",
+        "DECOMMISSIONED_HIGH_TEMPERATURE",
+        "DECOMMISSIONED_DISCHARGE_OVERCURRENT",
+        "DECOMMISSIONED_CHARGE_OVERCURRENT",
+        "DECOMMISSIONED_EXCESSIVE_SHOCK",
+        "DECOMMISSIONED_SOC",
+        "DECOMMISSIONED_RESERVE_MODE",
+        "DECOMMISSIONED_DORMANT_TOO_LONG",
+        "DECOMMISSIONED_WARRANTY_EXPIRED",
+        "DECOMMISSIONED_UNKNOWN",
+    };
+    static_assert(std::size(names) == DECOMMISSIONED_UNKNOWN + 1);
     const uint8_t state = position < bytes.size() ? bytes[position] : uint8_t{0};
-    switch (state) {
-    case UNCOMMISSIONED:
-        os << "UNCOMMISSIONED";
-        break;
-    case COMMISSIONED:
-        os << "COMMISSIONED";
-        break;
-    case DECOMMISSIONED_VOLT_LOW:
-        os << "DECOMMISSIONED_VOLT_LOW";
-        break;
-    case DECOMMISSIONED_VOLT_HIGH:
-        os << "DECOMMISSIONED_VOLT_HIGH";
-        break;
-    case DECOMMISSIONED_HIGH_TEMPERATURE:
-        os << "DECOMMISSIONED_HIGH_TEMPERATURE";
-        break;
-    case DECOMMISSIONED_DISCHARGE_OVERCURRENT:
-        os << "DECOMMISSIONED_DISCHARGE_OVERCURRENT";
-        break;
-    case DECOMMISSIONED_CHARGE_OVERCURRENT:
-        os << "DECOMMISSIONED_CHARGE_OVERCURRENT";
-        break;
-    case DECOMMISSIONED_EXCESSIVE_SHOCK:
-        os << "DECOMMISSIONED_EXCESSIVE_SHOCK";
-        break;
-    case DECOMMISSIONED_SOC:
-        os << "DECOMMISSIONED_SOC";
-        break;
-    case DECOMMISSIONED_RESERVE_MODE:
-        os << "DECOMMISSIONED_RESERVE_MODE";
-        break;
-    case DECOMMISSIONED_DORMANT_TOO_LONG:
-        os << "DECOMMISSIONED_DORMANT_TOO_LONG";
-        break;
-    case DECOMMISSIONED_WARRANTY_EXPIRED:
-        os << "DECOMMISSIONED_WARRANTY_EXPIRED";
-        break;
-    case DECOMMISSIONED_UNKNOWN:
-        os << "DECOMMISSIONED_UNKNOWN";
-        break;
-    default:
-        os << "UNKNOWN EVENT";
-        break;
-    }
+    os << (state < std::size(names) ? names[state] : "UNKNOWN EVENT");
 }
 
 // =================================================================================================
@@ -1376,206 +1173,150 @@ void HumidityDataRecord::interpretPayload() {
 }
 
 void HumidityDataRecord::writeBasicCSV(std::ostream& os) {
-    writeScalar<float>(relativeHumidity, os);
-    writeScalar<float>(relativeHumidityLow, os);
-    writeScalar<float>(relativeHumidityHigh, os);
-    writeScalar<float>(relativeHumidityAverage, os);
+    FieldText row(os);
+    row.add(relativeHumidity);
+    row.add(relativeHumidityLow);
+    row.add(relativeHumidityHigh);
+    row.add(relativeHumidityAverage);
+    row.write();
 }
 
 // =================================================================================================
 // WideDataRecord
 //
 // Columns, in this order: those of each module's dynamic info, those of each module's charge
-// counters, the power mode and the fixed columns below. The names of the modules' columns repeat
-// and carry no module number.
+// counters, the power mode, the fault categories and the other columns below. The names of the
+// modules' columns repeat and carry no module number.
 // =================================================================================================
 
 WideDataRecord::WideDataRecord() {
     for (uint8_t module = 1; module < 3; ++module) {
-        dynamicInfo[module] = DynamicInfoDataRecord();
-        advancedSOC[module] = AdvancedSOCDataRecord();
+        dynamicInfo[module]; // is added, without values
+        advancedSOC[module];
     }
 }
 
 void WideDataRecord::initializeHeader(Header& names) {
-    static const Header fixedColumns{
-        "General Faults",
-        "Current Faults",
-        "Voltage Faults",
-        "Temperature Faults",
-        "Communication Faults",
-        "FeatureFaults",
-        "System State",
-        "Charge Schedule State",
-        "SBX Sense",
-        "AC Present",
-        "Button",
-        "Interlock",
-        "BMC FW",
-        "BMU FW",
+    static const Header otherColumns{
+        "System State", "Charge Schedule State",
+        "SBX Sense",    "AC Present",
+        "Button",       "Interlock",
+        "BMC FW",       "BMU FW",
     };
     for (auto& [module, record] : dynamicInfo) {
-        names.addAll(record.header());
+        names.addAll(record.change().header());
     }
     for (auto& [module, record] : advancedSOC) {
-        names.addAll(record.header());
+        names.addAll(record.change().header());
     }
-    names.addAll(powerMode.header());
-    names.addAll(fixedColumns);
+    names.addAll(battery.change().powerMode.header());
+    for (const FaultCategory& category : faultCategories) {
+        names.addName(category.column);
+    }
+    names.addAll(otherColumns);
 }
 
 void WideDataRecord::updateStaticInfo(const StaticInfoDataRecord& record) {
-    std::istringstream text(record.firmwareVersion);
-    std::string version;
-    if (text >> version) {
-        bmuFWVersion = version;
-        otherText.clear();
+    std::string_view text = record.firmwareVersion;
+    const std::string_view version = takeWord(text);
+    if (!version.empty()) {
+        battery.change().bmuFWVersion = version;
     }
 }
 
-void WideDataRecord::updateDynamicInfo(const DynamicInfoDataRecord& record,
-                                       std::string_view fields) {
-    dynamicInfo[record.moduleId()] = record;
-    dynamicInfoText[record.moduleId()] = fields;
+void WideDataRecord::updateDynamicInfo(const DynamicInfoDataRecord& record) {
+    dynamicInfo[record.moduleId()].change() = record;
     datestamp = record.datestamp;
 }
 
-void WideDataRecord::updateSOC(const AdvancedSOCDataRecord& record, std::string_view fields) {
-    advancedSOC[record.moduleId()] = record;
-    advancedSOCText[record.moduleId()] = fields;
+void WideDataRecord::updateSOC(const AdvancedSOCDataRecord& record) {
+    advancedSOC[record.moduleId()].change() = record;
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updatePowerMode(const PowerModeDataRecord& record) {
-    powerMode = record;
-    otherText.clear();
+    battery.change().powerMode = record;
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updateFault(const FaultDataRecord& record) {
-    faults[static_cast<uint8_t>(record.error_register)] = record;
-    otherText.clear();
+    battery.change().faults[static_cast<uint8_t>(record.error_register)] = record;
     datestamp = record.datestamp;
 }
 
 void WideDataRecord::updateMessage(const MessageDataRecord& message) {
-    otherText.clear();
-    const std::string state = message.systemState();
-    if (!state.empty()) {
-        systemState = state;
+    Battery& state = battery.change();
+    const std::string systemState = message.systemState();
+    if (!systemState.empty()) {
+        state.systemState = systemState;
         datestamp = message.datestamp;
-        if (state == "1") { // a restart: what was known before it no longer holds
-            faults.clear();
-            sbxSense = TriState::Indeterminate;
-            acPresent = TriState::Indeterminate;
-            multifunctionButton = TriState::Indeterminate;
-            interlock = TriState::Indeterminate;
-            chargeScheduleState.clear();
+        if (systemState == "1") { // a restart: what was known before it no longer holds
+            state.faults.clear();
+            state.sbxSense = Indeterminate;
+            state.acPresent = Indeterminate;
+            state.multifunctionButton = Indeterminate;
+            state.interlock = Indeterminate;
+            state.chargeScheduleState.clear();
         }
         return;
     }
     const std::string scheduleState = message.chargeScheduleState();
     if (!scheduleState.empty()) {
-        chargeScheduleState = scheduleState;
+        state.chargeScheduleState = scheduleState;
         datestamp = message.datestamp;
         return;
     }
     const auto store = [](TriState reported, TriState& signal) {
-        if (reported != TriState::Indeterminate) {
+        if (reported != Indeterminate) {
             signal = reported;
         }
     };
-    store(message.sbx(), sbxSense);
-    store(message.button(), multifunctionButton);
-    store(message.acPresent(), acPresent);
-    store(message.interlock(), interlock);
+    store(message.sbx(), state.sbxSense);
+    store(message.button(), state.multifunctionButton);
+    store(message.acPresent(), state.acPresent);
+    store(message.interlock(), state.interlock);
 }
 
 void WideDataRecord::updateBMCFWVersion(const BMCFirmwareVersionDataRecord& record) {
-    std::istringstream text(record.firmwareVersion);
-    std::string first;
-    std::string second;
-    std::string version;
-    if (text >> first >> second >> version) {
-        bmcFWVersion = version;
-        otherText.clear();
-    }
-}
-
-namespace {
-
-/// The record's fields, from the text that is kept of them or newly put into it.
-template <typename Record>
-const std::string& keptText(Record& record, std::string& kept) {
-    if (kept.empty()) {
-        kept = record.fields().text();
-    }
-    return kept;
-}
-
-} // namespace
-
-void WideDataRecord::writeCSVTimestampedData(std::ostream& os) {
-    if (!os.fail()) {
-        line.assign(datestamp);
-        appendFields(line);
-        line += '\n';
-        os << std::dec;
-        os.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+    std::string_view text = record.firmwareVersion;
+    takeWord(text);
+    takeWord(text);
+    const std::string_view version = takeWord(text);
+    if (!version.empty()) {
+        battery.change().bmcFWVersion = version;
     }
 }
 
 void WideDataRecord::writeBasicCSV(std::ostream& os) {
-    std::string fields;
-    appendFields(fields);
-    os << fields;
-}
-
-void WideDataRecord::appendFields(std::string& row) {
+    const auto writeFields = [](DataRecord& record, std::ostream& to) { record.writeBasicCSV(to); };
     for (auto& [module, record] : dynamicInfo) {
-        row += keptText(record, dynamicInfoText[module]);
+        put(record.text(writeFields), os);
     }
     for (auto& [module, record] : advancedSOC) {
-        row += keptText(record, advancedSOCText[module]);
+        put(record.text(writeFields), os);
     }
-    if (otherText.empty()) {
-        std::ostringstream text;
-        writeOtherFields(text);
-        otherText = text.str();
-    }
-    row += otherText;
+    put(battery.text([this](Battery& state, std::ostream& to) { writeBattery(state, to); }), os);
 }
 
-void WideDataRecord::writeOtherFields(std::ostream& os) {
-    powerMode.writeBasicCSV(os);
-    for (const uint8_t category : std::initializer_list<uint8_t>{1, 2, 4, 8, 16, 128}) {
-        writeFault(faults[category], os); // a category that was never reported has no faults
+void WideDataRecord::writeBattery(Battery& state, std::ostream& os) const {
+    state.powerMode.writeBasicCSV(os);
+    for (const FaultCategory& category : faultCategories) {
+        writeFault(state.faults[category.code], os); // none if the category was never reported
     }
-    os << ',' << systemState << ',' << chargeScheduleState;
-    writeTriState(sbxSense, os);
-    writeTriState(acPresent, os);
-    writeTriState(multifunctionButton, os);
-    writeTriState(interlock, os);
-    os << ',' << bmcFWVersion << ',' << bmuFWVersion;
+    os << ',' << state.systemState << ',' << state.chargeScheduleState;
+    writeTriState(state.sbxSense, os);
+    writeTriState(state.acPresent, os);
+    writeTriState(state.multifunctionButton, os);
+    writeTriState(state.interlock, os);
+    os << ',' << state.bmcFWVersion << ',' << state.bmuFWVersion;
 }
 
 void WideDataRecord::writeTriState(TriState value, std::ostream& os) const {
-    switch (value) {
-    case TriState::False:
-        os << ",0";
-        break;
-    case TriState::True:
-        os << ",1";
-        break;
-    case TriState::Indeterminate:
-    default:
-        os << ',';
-        break;
-    }
+    os << (value == False ? ",0" : value == True ? ",1" : ",");
 }
 
 void WideDataRecord::writeFault(const FaultDataRecord& fault, std::ostream& os) const {
-    FieldText field;
+    FieldText field(os);
     field.add(fault.additional_information);
-    os << field.text();
+    field.write();
 }

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "Header.h"
+#include "LineStream.h"
+#include "RecordBytes.h"
 #include "Synopsis.h"
 
 #include <algorithm>
 #include <array>
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -14,116 +17,59 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <variant>
-#include <vector>
 
 /// The process-wide synopsis that decoding and writing report to. It creates "synopsis.csv" before
 /// main runs and finishes it at process exit.
 extern Synopsis synopsis;
 
+/// What can be seen as a text.
+template <typename T>
+concept Text = std::convertible_to<const T&, std::string_view>;
+
 /// The text of a record's time stamp, for example "2019-03-03 08:05:09.5": the only form in which
-/// time is compared (byte by byte) and written. It is kept inside the record, since a heap block
-/// for each of a million records costs more than the text itself.
+/// time is compared (byte by byte) and written. It is used like a std::string, but holds its text
+/// within itself: a heap block for each of a million records costs more than the text.
 class Datestamp {
 public:
     /// Length of the longest text, "2163-06-05 1193:02:47.295": the largest day number and the
-    /// largest time of day that a record can hold.
+    /// largest time of day that a record can hold. Whatever is longer is cut off.
     static constexpr size_t maximumLength = 25;
 
     /// The empty text.
     Datestamp() = default;
 
-    /// The date, one blank and the time of day, cut to maximumLength.
-    Datestamp(std::string_view date, std::string_view time);
+    template <Text T>
+    Datestamp(const T& other) {
+        *this += other;
+    }
 
-    /// Makes this the text of the day and of the time of day.
-    void assign(uint16_t day, uint32_t milliseconds);
+    Datestamp& operator+=(std::string_view added) {
+        length =
+            static_cast<uint8_t>(length + added.copy(text.data() + length, text.size() - length));
+        return *this;
+    }
 
-    operator std::string_view() const { return {text.data(), length}; }
+    size_t size() const { return length; }
     bool empty() const { return length == 0; }
 
-    friend bool operator==(const Datestamp& a, std::string_view b) {
-        return std::string_view(a) == b;
+    operator std::string_view() const { return {text.data(), length}; }
+    operator std::string() const { return {text.data(), length}; }
+
+    template <Text T>
+    friend bool operator==(const Datestamp& a, const T& b) {
+        return std::string_view(a) == std::string_view(b);
     }
-    friend bool operator==(const Datestamp& a, const Datestamp& b) {
-        return a == std::string_view(b);
-    }
-    friend std::strong_ordering operator<=>(const Datestamp& a, std::string_view b) {
-        return std::string_view(a) <=> b;
-    }
-    friend std::strong_ordering operator<=>(const Datestamp& a, const Datestamp& b) {
-        return a <=> std::string_view(b);
+    template <Text T>
+    friend std::strong_ordering operator<=>(const Datestamp& a, const T& b) {
+        return std::string_view(a) <=> std::string_view(b);
     }
 
 private:
-    void append(std::string_view part);
-
     std::array<char, maximumLength> text = {};
     uint8_t length = 0;
 };
 
 std::ostream& operator<<(std::ostream& os, const Datestamp& datestamp);
-
-/// A record's bytes, which can be appended to. The usual record is held within the object itself,
-/// and only a longer one takes a heap block, since a heap block for each of a million records costs
-/// more than its bytes.
-class RecordBytes {
-public:
-    /// Appends the bytes of a range outside of this object.
-    void append(std::span<const uint8_t> added);
-
-    size_t size() const { return all().size(); }
-    bool empty() const { return size() == 0; }
-    const uint8_t* begin() const { return all().data(); }
-    const uint8_t* end() const { return begin() + size(); }
-    uint8_t operator[](size_t index) const { return begin()[index]; }
-    uint8_t front() const { return *begin(); }
-
-private:
-    struct Within {
-        std::array<uint8_t, 39> bytes; // enough for the frequent records, of up to 38 bytes
-        uint8_t length;
-    };
-
-    std::span<const uint8_t> all() const {
-        if (const auto* within = std::get_if<Within>(&held)) {
-            return {within->bytes.data(), within->length};
-        }
-        return *std::get_if<std::vector<uint8_t>>(&held);
-    }
-
-    std::variant<Within, std::vector<uint8_t>> held; // zero bytes within at first
-};
-
-/// A few CSV fields, each preceded by ",", put together in a small buffer and then written in one
-/// go: a stream insertion for each number costs more than the number's text.
-///
-/// Integers are in decimal. A float has the text that the standard's default notation with 6
-/// significant digits gives it, such as "3.14159" and "2.5e+06".
-class FieldText {
-public:
-    /// How many fields there is room for.
-    static constexpr size_t maximumFields = 20;
-
-    void add(bool value);
-    void add(float value);
-    void add(int value);
-    void add(unsigned int value);
-    void add(short value) { add(int{value}); }
-    void add(unsigned short value) { add(unsigned{value}); }
-
-    /// Adds fields without a value.
-    void addEmpty(size_t count);
-
-    /// The fields so far; valid until the next is added.
-    std::string_view text() const { return {buffer.data(), length}; }
-
-private:
-    static constexpr size_t maximumLength = 17; // of a field, and what writing it may touch
-
-    std::array<char, maximumFields * maximumLength> buffer;
-    size_t length = 0;
-};
 
 // =================================================================================================
 // DataRecord: what all records share
@@ -194,11 +140,11 @@ public:
     virtual ~DataRecord() = default;
 
     /// Reads one framed record: all data bytes up to the end of the frame or of the stream, which
-    /// is left just behind the frame. The record is not interpreted yet.
+    /// is left just after the frame. The record is not interpreted yet.
     ///
     /// The result is empty only if the stream was at end of file on entry. A frame without any data
     /// byte gives an UnknownDataRecord without bytes. A read that meets the end of the stream
-    /// counts as a data byte 0xFF, but for one right behind a DLE, which is dropped with it; a read
+    /// counts as a data byte 0xFF, but for one right after a DLE, which is dropped with it; a read
     /// that fails ends the stream in the same way and marks it bad.
     static std::shared_ptr<DataRecord> factory(std::istream& stream);
 
@@ -206,7 +152,7 @@ public:
     static std::shared_ptr<DataRecord> factory(Type type);
 
     /// The list of record types, in the order of their codes from 0: the only place where code and
-    /// class are brought together. Codes behind its end belong to UnknownDataRecord.
+    /// class are brought together. Codes past its end belong to UnknownDataRecord.
     static std::span<const TypeEntry> types();
 
     /// Decodes the time stamp and the payload. To be called once.
@@ -284,8 +230,7 @@ protected:
     DataRecord& operator=(DataRecord&&) = default;
 
     /// Reads a big-endian number (IEEE 754 single precision for float) at position and moves
-    /// position behind it. Each byte behind the record's end reads as 0, and position stops at the
-    /// end.
+    /// position past it. Each byte past the record's end reads as 0, and position stops at the end.
     template <typename T>
     T fromBigEndian();
 
@@ -294,13 +239,9 @@ protected:
     void skip(unsigned long n);
 
     /// The bytes from position up to the first zero byte or the record's end; moves position by
-    /// length, however long the text is: a field without a zero byte runs on into the bytes behind
+    /// length, however long the text is: a field without a zero byte runs on into the bytes after
     /// it.
     std::string_view terminatedText(unsigned short length);
-
-    // The stored time stamp. Both leave position at the payload.
-    uint16_t storedDay();
-    uint32_t storedMilliseconds();
 
     /// Places position at an offset, or at the record's end if that comes first.
     void moveTo(size_t offset);
@@ -327,15 +268,24 @@ protected:
 
     Header h;            // filled by header()
     Bytes bytes;         // unstuffed, the type code at offset 0
-    size_t position = 0; // the read cursor, an offset into bytes
+    size_t position = 0; // the read cursor: an offset into bytes, so that a copy reads its own
 
 public:
     Datestamp datestamp; // empty until interpret() ran
     bool interpreted = false;
 };
 
-// The record types, in the order of their codes; a class whose payload names the module stands
-// behind the plain one. Each has its layout beside its decoder in DataRecord.cpp.
+/// What the records of one battery module share.
+class ModuleDataRecord : public DataRecord {
+public:
+    /// The low 8 bits of the module address, by which the combined state tells modules apart.
+    virtual uint8_t moduleId() const;
+
+    uint16_t moduleAddress = 1; // 1 unless the payload names another
+};
+
+// The record types, in the order of their codes; a class whose payload names the module follows the
+// plain one. Each has its layout beside its decoder in DataRecord.cpp.
 
 // =================================================================================================
 // 0 and 16 to 255: UnknownDataRecord
@@ -353,17 +303,15 @@ public:
 // =================================================================================================
 
 /// One battery module as the controller knows it.
-class StaticInfoDataRecord : public DataRecord {
+class StaticInfoDataRecord : public ModuleDataRecord {
 public:
     void initializeHeader(Header& names) override;
     void interpretPayload() override;
     void writeBasicCSV(std::ostream& os) override;
-    virtual uint8_t moduleId() const;
 
     /// The text at position up to its zero byte; moves position by length.
     std::string interpretString(unsigned short length);
 
-    uint16_t moduleAddress = 1;
     uint16_t cycleCount = 0;
     uint16_t manufactureDate = 0; // the controller's code, not decoded
     uint16_t serialNumber = 0;
@@ -386,7 +334,7 @@ public:
 // =================================================================================================
 
 /// The periodic measurement of one battery module.
-class DynamicInfoDataRecord : public DataRecord {
+class DynamicInfoDataRecord : public ModuleDataRecord {
 public:
     void initializeHeader(Header& names) override;
 
@@ -395,12 +343,6 @@ public:
 
     void writeBasicCSV(std::ostream& os) override;
 
-    /// What writeBasicCSV() writes.
-    FieldText fields();
-
-    virtual uint8_t moduleId() const;
-
-    uint16_t moduleAddress = 1;
     bool heat = false;     // heater active
     bool balance = false;  // cell balancing active
     float packVoltage = 0; // volts
@@ -427,11 +369,11 @@ public:
     void initializeHeader(Header& names) override;
     void interpretPayload() override;
 
-    /// The row has a field for the name of each active fault behind the two columns of its header.
+    /// The row has a field for the name of each active fault after the two columns of its header.
     void writeBasicCSV(std::ostream& os) override;
 
     /// Writes "," and the name for each bit that is set, from bit 0. The names are in bit order and
-    /// end with an empty text; bits behind it have no name.
+    /// end with an empty text; bits past it have no name.
     void interpretFault(unsigned short bits, const char** names, std::ostream& out);
     void interpretGeneralFault(unsigned short bits, std::ostream& out);
     void interpretCurrentFault(unsigned short bits, std::ostream& out);
@@ -467,7 +409,7 @@ public:
 // =================================================================================================
 
 /// What a message says of a signal.
-enum class TriState : uint8_t {
+enum TriState : uint8_t {
     False = 0,        // the signal's value is 0
     True = 1,         // the signal's value is not 0
     Indeterminate = 2 // the message does not carry the signal
@@ -479,14 +421,14 @@ public:
     void initializeHeader(Header& names) override;
     void interpretPayload() override;
 
-    /// The row has the state behind the text, one field more than the header. Each call reports the
+    /// The row has the state after the text, one field more than the header. Each call reports the
     /// start of a charge or discharge period to the synopsis, if the message says so.
     void writeBasicCSV(std::ostream& os) override;
 
-    /// The text behind "systemState=+", or the empty text.
+    /// The text after "systemState=+", or the empty text.
     std::string systemState() const;
 
-    /// The text behind "chargeSchedule.state = ", or the empty text.
+    /// The text after "chargeSchedule.state = ", or the empty text.
     std::string chargeScheduleState() const;
 
     TriState sbx() const;
@@ -524,7 +466,7 @@ public:
 // =================================================================================================
 
 /// The charge counters of one battery module.
-class AdvancedSOCDataRecord : public DataRecord {
+class AdvancedSOCDataRecord : public ModuleDataRecord {
 public:
     void initializeHeader(Header& names) override;
 
@@ -535,12 +477,6 @@ public:
     /// charge: the pairing is part of the output format.
     void writeBasicCSV(std::ostream& os) override;
 
-    /// What writeBasicCSV() writes.
-    FieldText fields();
-
-    virtual uint8_t moduleId() const;
-
-    uint16_t moduleAddress = 1;
     uint32_t chargeMAH = 0;
     uint32_t dischargeMAH = 0;
     uint32_t transportedCharge = 0; // never filled by decoding and never written
@@ -627,7 +563,7 @@ class AmbientTemperatureDataRecord : public DataRecord {
 public:
     void initializeHeader(Header& names) override;
 
-    /// Each call reads on behind the values of the call before: only the first writes the record's
+    /// Each call reads on after the values of the call before: only the first writes the record's
     /// readings.
     void writeBasicCSV(std::ostream& os) override;
 };
@@ -666,19 +602,14 @@ public:
     void initializeHeader(Header& names) override;
     void writeBasicCSV(std::ostream& os) override;
 
-    /// The same as that of every record, but in one go, however many modules there are.
-    void writeCSVTimestampedData(std::ostream& os);
-
     // Each takes over what the record says; all but the static info, the firmware version and a
     // message without a state also take over the record's datestamp.
 
     /// Takes the first word of the firmware version, if there is one, whatever the module.
     void updateStaticInfo(const StaticInfoDataRecord& record);
 
-    // These two take the record's fields too, if the caller has their text already.
-    void updateDynamicInfo(const DynamicInfoDataRecord& record, std::string_view fields = {});
-    void updateSOC(const AdvancedSOCDataRecord& record, std::string_view fields = {});
-
+    void updateDynamicInfo(const DynamicInfoDataRecord& record);
+    void updateSOC(const AdvancedSOCDataRecord& record);
     void updatePowerMode(const PowerModeDataRecord& record);
     void updateFault(const FaultDataRecord& record);
 
@@ -697,28 +628,52 @@ public:
     void writeFault(const FaultDataRecord& fault, std::ostream& os) const;
 
 private:
+    /// A part of the state with the text of its fields. A row repeats most of the row before, so
+    /// the text is kept until the part is changed.
+    template <typename Part>
+    class Kept {
+    public:
+        /// The part, to be changed: its text is put together anew when it is asked for next.
+        Part& change() {
+            isKnown = false;
+            return part;
+        }
+
+        /// The text of the part's fields, from the operation that writes them.
+        template <typename Write>
+        std::string_view text(Write write) {
+            if (!isKnown) {
+                fields.restart();
+                write(part, fields);
+                isKnown = true;
+            }
+            return fields.text();
+        }
+
+    private:
+        Part part;
+        LineStream fields;
+        bool isKnown = false;
+    };
+
+    /// What is known of the battery as a whole.
+    struct Battery {
+        PowerModeDataRecord powerMode;
+        std::map<uint8_t, FaultDataRecord> faults; // by category
+        std::string systemState;
+        std::string chargeScheduleState;
+        TriState sbxSense = Indeterminate;
+        TriState acPresent = Indeterminate;
+        TriState multifunctionButton = Indeterminate;
+        TriState interlock = Indeterminate;
+        std::string bmcFWVersion;
+        std::string bmuFWVersion;
+    };
+
     std::map<uint8_t, StaticInfoDataRecord> staticInfo; // nothing fills it
-    std::map<uint8_t, DynamicInfoDataRecord> dynamicInfo;
-    std::map<uint8_t, AdvancedSOCDataRecord> advancedSOC;
-    PowerModeDataRecord powerMode;
-    std::map<uint8_t, FaultDataRecord> faults; // by category
-    std::string systemState;
-    std::string chargeScheduleState;
-    TriState sbxSense = TriState::Indeterminate;
-    TriState acPresent = TriState::Indeterminate;
-    TriState multifunctionButton = TriState::Indeterminate;
-    TriState interlock = TriState::Indeterminate;
-    std::string bmcFWVersion;
-    std::string bmuFWVersion;
+    std::map<uint8_t, Kept<DynamicInfoDataRecord>> dynamicInfo;
+    std::map<uint8_t, Kept<AdvancedSOCDataRecord>> advancedSOC;
+    Kept<Battery> battery;
 
-    // A row repeats most of the row before. These keep the parts of a row that did not change since
-    // they were last written; one that did is empty until it is written again.
-    std::map<uint8_t, std::string> dynamicInfoText; // by module
-    std::map<uint8_t, std::string> advancedSOCText; // by module
-    std::string otherText;                          // from the power mode on
-
-    std::string line; // of writeCSVTimestampedData(), kept for its memory
-
-    void appendFields(std::string& row);
-    void writeOtherFields(std::ostream& os);
+    void writeBattery(Battery& state, std::ostream& os) const;
 };

@@ -32,7 +32,7 @@ Header::List& Header::ownList() {
     if (list == nullptr) {
         list = new List;
     } else if (list->users > 1) {
-        List* const copy = new List{list->columnNames, list->text};
+        List* const copy = new List{list->names, list->text};
         --list->users;
         list = copy;
     }
@@ -41,11 +41,11 @@ Header::List& Header::ownList() {
 
 void Header::addName(const std::string& name) {
     List& own = ownList();
-    if (!own.columnNames.empty()) {
+    if (!own.names.empty()) {
         own.text += ',';
     }
     own.text += name;
-    own.columnNames.push_back(name);
+    own.names.push_back(name);
 }
 
 void Header::addAll(const Header& other) {
@@ -54,19 +54,14 @@ void Header::addAll(const Header& other) {
         return;
     }
     const Header added = other; // a header that is added to itself then changes a copy of its list
-    if (!added.empty()) {
-        for (const std::string& name : added.list->columnNames) {
-            addName(name);
-        }
+    for (const std::string& name : added.columnNames()) {
+        addName(name);
     }
 }
 
-size_t Header::size() const {
-    return list != nullptr ? list->columnNames.size() : 0;
-}
-
-bool Header::empty() const {
-    return size() == 0;
+const Header::ColumnNames& Header::columnNames() const {
+    static const ColumnNames none;
+    return list != nullptr ? list->names : none;
 }
 
 void Header::write(std::ostream& os) const {

@@ -32,8 +32,11 @@ public:
     /// Appends all names of the other header, in its order. Adding a header to itself doubles it.
     void addAll(const Header& other);
 
-    size_t size() const;
-    bool empty() const;
+    /// The names in output order, valid until this header is changed.
+    const ColumnNames& columnNames() const;
+
+    size_t size() const { return columnNames().size(); }
+    bool empty() const { return columnNames().empty(); }
 
     /// Writes the names separated by commas: nothing before the first, nothing after the last, no
     /// line end. An empty list writes nothing.
@@ -44,7 +47,7 @@ public:
 
 private:
     struct List {
-        ColumnNames columnNames;
+        ColumnNames names;
         std::string text; // the names as write() writes them: header lines are frequent
         size_t users = 1;
     };

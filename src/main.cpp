@@ -29,16 +29,16 @@ std::vector<DataFilePtr>& runLogs() {
 /// This is no sort: nothing is ever put in front of the first file, and files that don't overlap
 /// keep the order of the directory. Outputs of different years can only be compared while it stays
 /// so.
-void insertInOrder(std::list<DataFilePtr>& sorted, const DataFilePtr& each) {
+void insertInOrder(std::list<DataFilePtr>& sorted, const DataFilePtr& file) {
     for (auto a = sorted.begin(); a != sorted.end(); ++a) {
         const auto b = std::next(a);
-        if (b != sorted.end() && (*a)->back()->datestamp >= each->front()->datestamp &&
-            each->back()->datestamp >= (*b)->front()->datestamp) {
-            sorted.insert(b, each);
+        if (b != sorted.end() && (*a)->back()->datestamp >= file->front()->datestamp &&
+            file->back()->datestamp >= (*b)->front()->datestamp) {
+            sorted.insert(b, file);
             return;
         }
     }
-    sorted.push_back(each);
+    sorted.push_back(file);
 }
 
 /// The files in the order in which they are converted. A file that could not be opened has no
@@ -46,12 +46,12 @@ void insertInOrder(std::list<DataFilePtr>& sorted, const DataFilePtr& each) {
 std::list<DataFilePtr> conversionOrder(const std::vector<DataFilePtr>& dataFiles) {
     std::list<DataFilePtr> sorted;
     std::list<DataFilePtr> unopened;
-    for (const DataFilePtr& each : dataFiles) {
-        std::cout << "Sorting " << each->name() << std::endl;
-        if (each->empty()) {
-            unopened.push_back(each);
+    for (const DataFilePtr& file : dataFiles) {
+        std::cout << "Sorting " << file->name() << std::endl;
+        if (file->empty()) {
+            unopened.push_back(file);
         } else {
-            insertInOrder(sorted, each);
+            insertInOrder(sorted, file);
         }
     }
     sorted.splice(sorted.end(), unopened);
@@ -67,8 +67,8 @@ int convertDirectory(const std::string& path) {
     for (const std::string& logFile : logFiles) {
         runLogs().push_back(std::make_shared<DataFile>(logFile));
     }
-    for (const DataFilePtr& each : conversionOrder(runLogs())) {
-        ConvertFile converter(*each);
+    for (const DataFilePtr& file : conversionOrder(runLogs())) {
+        ConvertFile converter(*file);
         ConvertFile::aggregate(path);
         converter.convert();
     }

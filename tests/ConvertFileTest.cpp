@@ -157,7 +157,7 @@ TEST_F(ConvertFileTest, constructionLeavesAChoiceAlone) {
 /// Whether a record with the datestamp is inside the range.
 bool inside(std::string_view date, std::string_view time) {
     const std::shared_ptr<DataRecord> record = DataRecord::factory(DataRecord::messageRecordId);
-    record->datestamp = Datestamp(date, time);
+    record->datestamp = std::string(date) + ' ' + std::string(time);
     return ConvertFile::insideDateRange(record);
 }
 

@@ -832,7 +832,7 @@ TEST(RecordCopy, isIndependentOfTheRecord) {
     record.interpret();
     OpenRecord copy = record;
     copy.header().addName("D");
-    copy.datestamp = Datestamp("2020-01-02", "00:00:00.0");
+    copy.datestamp = "2020-01-02 00:00:00.0";
     EXPECT_EQ(record.header().size(), 3U);
     EXPECT_EQ(record.datestamp, "2019-03-03 08:05:09.5");
     EXPECT_EQ(copy.header().size(), 4U);
@@ -1072,19 +1072,47 @@ TEST(Timestamps, theTimeLeavesTheCursorAtThePayloadWhateverTheMillisecondsWere) 
 }
 
 TEST(Timestamps, theDatestampIsDateBlankAndTime) {
-    EXPECT_EQ(Datestamp("2019-03-03", "08:05:09.5"), "2019-03-03 08:05:09.5");
-    EXPECT_TRUE(Datestamp().empty());
-    EXPECT_FALSE(Datestamp("", "").empty());
+    OpenRecord record(recordHead(99, {12845, 29109005}));
+    record.interpret();
+    EXPECT_EQ(record.datestamp, "2019-03-03 08:05:09.5");
+    EXPECT_EQ(record.datestamp, record.interpretDate() + ' ' + record.interpretTime());
+}
+
+TEST(Timestamps, aDatestampIsUsedLikeAString) {
+    Datestamp datestamp;
+    EXPECT_TRUE(datestamp.empty());
+    datestamp = std::string("2019-03-03 08:05:09.5");
+    EXPECT_EQ(datestamp.size(), 21U);
+    const std::string text = datestamp;
+    EXPECT_EQ(text, "2019-03-03 08:05:09.5");
+    EXPECT_EQ(datestamp, text);
+    EXPECT_NE(datestamp, "2019-03-03 08:05:09.50");
+    EXPECT_EQ(Datestamp(std::string_view("x")), std::string_view("x"));
+    datestamp = "";
+    EXPECT_TRUE(datestamp.empty());
+    datestamp += "1984-01-01";
+    datestamp += " 00:00:00.0";
+    EXPECT_EQ(datestamp, "1984-01-01 00:00:00.0");
+}
+
+TEST(Timestamps, aDatestampIsCutToTheLongestThatThereIs) {
+    const std::string longest = "2163-06-05 1193:02:47.295";
+    EXPECT_EQ(Datestamp::maximumLength, longest.size());
+    EXPECT_EQ(Datestamp(longest), longest);
+    Datestamp datestamp = longest + "6";
+    EXPECT_EQ(datestamp, longest);
+    datestamp += "7";
+    EXPECT_EQ(datestamp, longest);
 }
 
 TEST(Timestamps, datestampsCompareAsTexts) {
-    const Datestamp newYear("1984-13-01", "00:00:00.0");
-    EXPECT_LT(Datestamp("1984-12-31", "23:59:59.999"), newYear);
-    EXPECT_LT(newYear, Datestamp("1985-01-02", "00:00:00.0"));
+    const Datestamp newYear = "1984-13-01 00:00:00.0";
+    EXPECT_LT(Datestamp("1984-12-31 23:59:59.999"), newYear);
+    EXPECT_LT(newYear, Datestamp("1985-01-02 00:00:00.0"));
     EXPECT_GT(newYear, "1984-13-01");
-    EXPECT_LT(newYear, "1984-2");
-    EXPECT_EQ(newYear, Datestamp("1984-13-01", "00:00:00.0"));
-    EXPECT_LT(Datestamp("2019-03-03", "100:00:00.0"), Datestamp("2019-03-03", "99:00:00.0"));
+    EXPECT_LT(newYear, std::string("1984-2"));
+    EXPECT_EQ(newYear, Datestamp("1984-13-01 00:00:00.0"));
+    EXPECT_LT(Datestamp("2019-03-03 100:00:00.0"), Datestamp("2019-03-03 99:00:00.0"));
     EXPECT_LT(Datestamp(), newYear);
 }
 

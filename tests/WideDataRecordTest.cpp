@@ -94,13 +94,7 @@ protected:
             LogBuilder().staticInfo(t3, module, info)));
     }
 
-    /// The row, which is the same if it is written as that of any record.
-    std::string row() {
-        std::ostringstream os;
-        wide.writeCSVTimestampedData(os);
-        EXPECT_EQ(os.str(), lineOf(wide));
-        return os.str();
-    }
+    std::string row() { return lineOf(wide); }
 
     std::string headerLine() {
         std::ostringstream os;
@@ -238,38 +232,6 @@ TEST_F(WideRecord, writingTheRowChangesNothing) {
     EXPECT_EQ(row(), first);
 }
 
-/// A stream buffer that keeps what it is given and how often it is given and flushed.
-class Calls : public std::stringbuf {
-public:
-    int writes = 0;
-    int flushes = 0;
-
-protected:
-    std::streamsize xsputn(const char* text, std::streamsize length) override {
-        ++writes;
-        return std::stringbuf::xsputn(text, length);
-    }
-
-    int sync() override {
-        ++flushes;
-        return 0;
-    }
-};
-
-TEST_F(WideRecord, rowOfAnyLengthIsWrittenInOneGoAndFlushedOnce) {
-    for (const unsigned modules : {2U, 40U}) {
-        for (unsigned module = 1; module <= modules; ++module) {
-            dynamicInfo(t1, module);
-        }
-        Calls sink;
-        std::ostream os(&sink);
-        wide.writeCSVTimestampedData(os);
-        EXPECT_EQ(sink.writes, 1);
-        EXPECT_EQ(sink.flushes, 1);
-        EXPECT_EQ(sink.str(), row());
-    }
-}
-
 TEST_F(WideRecord, rowOnAStreamThatWasNeverOpenedFailsIt) {
     dynamicInfo(t1, 1);
     std::ofstream os;
@@ -320,22 +282,6 @@ TEST_F(WideRecord, theLatestRecordOfAModuleCounts) {
                              .advancedSoc = ",1,6,20,99,50" + emptySoc}));
     wide.updateDynamicInfo(DynamicInfoDataRecord());
     EXPECT_EQ(row(), textOf({.advancedSoc = ",1,6,20,99,50" + emptySoc})); // its datestamp is empty
-}
-
-TEST_F(WideRecord, fieldsThatComeWithARecordGiveTheSameRow) {
-    const auto info = readRecord<DynamicInfoDataRecord>(LogBuilder().dynamicInfo(t1, sample()));
-    const auto counters =
-        readRecord<AdvancedSOCDataRecord>(LogBuilder().advancedSoc(t2, 10, 20, 99, 50));
-    wide.updateDynamicInfo(*info, fieldsOf(*info));
-    wide.updateSOC(*counters, fieldsOf(*counters));
-    EXPECT_EQ(row(), textOf({.datestamp = d2,
-                             .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
-                             .advancedSoc = ",1,10,20,99,50" + emptySoc}));
-    counters->chargeMAH = 11;
-    wide.updateSOC(*counters); // the fields that came before are forgotten
-    EXPECT_EQ(row(), textOf({.datestamp = d2,
-                             .dynamicInfo = ",1" + sampleBlock + emptyDynamicInfo,
-                             .advancedSoc = ",1,11,20,99,50" + emptySoc}));
 }
 
 TEST_F(WideRecord, plainRecordsAreModule1) {
