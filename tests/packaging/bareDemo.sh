@@ -27,7 +27,7 @@ fail() {
     cat demo
     exit 1
 }
-grep -qx 'Installing: cmake g++ ninja-build' demo || fail 'It does not say what it installs.'
+grep -q '^Installing: .' demo || fail 'It does not say what it installs.'
 grep -qE '^After this operation, [0-9]+ MB of additional disk space will be used\.$' demo ||
     fail 'It does not say how much it installs.'
 for sample in "$1"/samples/*/; do
