@@ -9,8 +9,10 @@ as=
 trap '[ $? -eq 0 ] || cat "$work/log"; $as rm -rf --one-file-system "$work"' EXIT
 cd "$work"
 
+# The components count on Ubuntu, whose "main" has no Ninja.
 # shellcheck disable=SC2016 # apt fills these in
-apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' 'Component: main' \
-    >archives
-read -r release uri <archives
-$as debootstrap --variant=minbase "$release" root "$uri" >log 2>&1
+apt-get indextargets --format '$(CODENAME) $(REPO_URI) $(COMPONENT)' 'Created-By: Packages' >archives
+read -r release uri _ <archives
+components=$(sed -n "s|^$release $uri ||p" archives | sort -u | paste -s -d ,)
+$as debootstrap --variant=minbase --components="$components" "$release" root "$uri" \
+    >log 2>&1
