@@ -671,6 +671,10 @@ const FurtherOutput furtherOutputs[] = {
     {255, "x", "", "", false, false, {}},
 };
 
+void PrintTo(const FurtherOutput& output, std::ostream* os) {
+    *os << "type" << output.type;
+}
+
 class FurtherOutputTest : public EndToEndTest, public testing::WithParamInterface<FurtherOutput> {};
 
 // Behind the record, a message that says nothing calls for a row of the combined state. There is
@@ -703,8 +707,8 @@ TEST_P(FurtherOutputTest, isThatOfTheRecordType) {
                      {"synopsis.csv", synopsisHeader}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Type, FurtherOutputTest, testing::ValuesIn(furtherOutputs),
-                         [](const auto& each) { return std::to_string(each.param.type); });
+INSTANTIATE_TEST_SUITE_P(Every, FurtherOutputTest, testing::ValuesIn(furtherOutputs),
+                         testing::PrintToStringParamName());
 
 // -------------------------------------------------------------------------------------------------
 // Header lines of the detail files
@@ -782,6 +786,10 @@ const Choice choices[] = {
     {{"-s", "-d"}, {"logs/dynamicInfo.csv", "logs/soc.csv"}, false},
 };
 
+void PrintTo(const Choice& choice, std::ostream* os) {
+    *os << testing::PrintToString(choice.options);
+}
+
 class ChoiceTest : public EndToEndTest, public testing::WithParamInterface<Choice> {};
 
 TEST_P(ChoiceTest, ofADirectoryGivesTheChosenFilesAndTheSynopsis) {
@@ -811,7 +819,16 @@ TEST_P(ChoiceTest, ofASingleLogGivesAtMostItsDetailFileAndTheSynopsis) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Options, ChoiceTest, testing::ValuesIn(choices));
+/// The options, without their dashes.
+std::string nameOf(const testing::TestParamInfo<Choice>& info) {
+    std::string name;
+    for (const std::string& option : info.param.options) {
+        name += (name.empty() ? "" : "_") + option.substr(option.find_first_not_of('-'));
+    }
+    return name.empty() ? "none" : name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, ChoiceTest, testing::ValuesIn(choices), nameOf);
 
 TEST_F(EndToEndTest, aSingleLogLeavesTheFilesOfAllLogsAlone) {
     directory.write("A.LOG", everyType.bytes());
@@ -886,7 +903,7 @@ TEST_F(EndToEndTest, theSynopsisHoldsItsHeaderAlone) {
 }
 
 /// The outputs of a run in which one of them could not be written.
-class LostOutputTest : public EndToEndTest, public testing::WithParamInterface<const char*> {
+class LostOutputTest : public EndToEndTest, public testing::WithParamInterface<std::string> {
 protected:
     void expectAllOthers() const {
         const ProgramResult result = run({"logs", "--all"});
@@ -895,7 +912,7 @@ protected:
         EXPECT_EQ(result.err, "");
         Files expected = everyTypeOutputs();
         expected.erase(GetParam());
-        if (GetParam() == std::string("logs/detail.csv")) {
+        if (GetParam() == "logs/detail.csv") {
             // The log's own file is then the first to write the ambient temperatures.
             expected["logs/A.LOG.detail.csv"] = everyTypeDetail(",288,300,294");
         }
@@ -918,7 +935,12 @@ TEST_P(LostOutputTest, becauseTheDeviceIsFullLeavesAllOthersComplete) {
 INSTANTIATE_TEST_SUITE_P(Names, LostOutputTest,
                          testing::Values("logs/A.LOG.detail.csv", "logs/detail.csv",
                                          "logs/dynamicInfo.csv", "logs/soc.csv", "logs/wide.csv",
-                                         "synopsis.csv"));
+                                         "synopsis.csv"),
+                         [](const auto& tested) {
+                             std::string name = fs::path(tested.param).filename();
+                             std::erase(name, '.');
+                             return name;
+                         });
 
 // -------------------------------------------------------------------------------------------------
 // The date range

@@ -166,12 +166,12 @@ const Obstacle obstacles[] = {
     {"linkIntoNowhere", [](const fs::path& output) { fs::create_symlink("no/where", output); }},
 };
 
-const char* const outputs[] = {
+const std::string outputs[] = {
     "synopsis.csv", "detail.csv", "dynamicInfo.csv", "soc.csv", "wide.csv", "A.LOG.detail.csv",
 };
 
 class BlockedOutput : public Failures,
-                      public testing::WithParamInterface<std::tuple<Obstacle, const char*>> {};
+                      public testing::WithParamInterface<std::tuple<Obstacle, std::string>> {};
 
 TEST_P(BlockedOutput, isLostWithoutAWordAndTheOthersAreComplete) {
     const auto& [obstacle, output] = GetParam();
@@ -180,7 +180,7 @@ TEST_P(BlockedOutput, isLostWithoutAWordAndTheOthersAreComplete) {
     const Outcome undisturbed = convert();
     Outcome expected = undisturbed;
     ASSERT_EQ(expected.files.erase(output), 1U);
-    if (std::string("detail.csv") == output) {
+    if (output == "detail.csv") {
         for (const char* name : {"A.LOG.detail.csv", "B.LOG.detail.csv"}) {
             expected.files[name] = withAmbientTemperature(expected.files[name]);
         }

@@ -94,6 +94,10 @@ struct OutputOption {
     std::string outputs;
 };
 
+void PrintTo(const OutputOption& option, std::ostream* os) {
+    *os << option.word;
+}
+
 class OutputOptionTest : public OptionsTest, public testing::WithParamInterface<OutputOption> {};
 
 TEST_P(OutputOptionTest, enablesItsOutputs) {
@@ -117,7 +121,11 @@ INSTANTIATE_TEST_SUITE_P(Words, OutputOptionTest,
                                          OutputOption{"-d", "dynamicInfo "},
                                          OutputOption{"--soc", "soc "}, OutputOption{"-s", "soc "},
                                          OutputOption{"--wide", "wide "},
-                                         OutputOption{"-w", "wide "}));
+                                         OutputOption{"-w", "wide "}),
+                         [](const auto& tested) {
+                             const std::string word = tested.param.word;
+                             return word.substr(word.find_first_not_of('-'));
+                         });
 
 TEST_F(OptionsTest, dashDEnablesDynamicInfoAndNotDetail) {
     parse({"-d"});
