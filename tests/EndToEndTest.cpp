@@ -1294,52 +1294,105 @@ TEST_F(EndToEndTest, whatWasReadBeforeAReadErrorIsKept) {
               messageHeader + textOf(1) + ",a,\n" + textOf(2) + ",cut off\xFF,\n");
 }
 
-/// Conversions of the directory "logs" whose writes are counted.
+/// Conversions whose writes are traced.
 class WriteCalls : public EndToEndTest {
 protected:
-    /// The write calls to a file, or to "console", of a run with --all.
-    size_t writesTo(const std::string& name) {
-        const ProgramResult result =
-            runProgram({"sh", "-c",
-                        ("ASAN_OPTIONS=detect_leaks=0 exec strace --quiet=all --output=trace "
-                         "--trace=write,writev --trace-path=\"$1\" \"$0\" logs --all >console"),
-                        toolPath(), directory.path() / name},
-                       directory.path());
+    /// The lengths of the writes of a run, by the name of the file below the directory. What the
+    /// run prints goes to the file "console".
+    std::map<std::string, std::vector<size_t>> writesOf(const Arguments& arguments) {
+        Arguments command = {"sh", "-c",
+                             "ASAN_OPTIONS=detect_leaks=0 exec strace --quiet=all --output=trace "
+                             "--decode-fds=path --string-limit=0 "
+                             "--trace=write,writev,pwrite64,pwritev \"$0\" \"$@\" >console",
+                             toolPath()};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const ProgramResult result = runProgram(command, directory.path());
         EXPECT_EQ(result.status, 0) << result.err;
-        return linesOf(directory.read("trace")).size();
+        // strace writes a line such as write(5</tmp/directory/logs/wide.csv>, ""..., 83) = 83
+        std::map<std::string, std::vector<size_t>> writes;
+        const std::string root = fs::canonical(directory.path()).string() + "/";
+        for (const std::string& line : linesOf(directory.read("trace"))) {
+            const size_t begin = line.find(root);
+            if (begin == std::string::npos) {
+                continue; // sanitizers write to pipes of their own
+            }
+            const size_t equals = line.rfind(" = ");
+            if (equals == std::string::npos) {
+                ADD_FAILURE() << line;
+                continue;
+            }
+            const size_t name = begin + root.size();
+            writes[line.substr(name, line.find('>', name) - name)].push_back(
+                std::stoul(line.substr(equals + 3)));
+        }
+        return writes;
+    }
+
+    /// Removes what earlier runs have left, runs the tool and expects a write for each line of each
+    /// file, and no other.
+    void expectAWriteForEachLine(const Arguments& arguments) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        for (const std::string& name : outputNames()) {
+            fs::remove(directory.path() / name);
+        }
+        std::map<std::string, std::vector<size_t>> writes = writesOf(arguments);
+        Files files = outputs();
+        files.erase("trace");
+        for (const auto& [name, bytes] : files) {
+            std::vector<size_t> lines;
+            for (const std::string& line : linesOf(bytes)) {
+                lines.push_back(line.size() + 1); // and its line feed
+            }
+            EXPECT_EQ(writes[name], lines) << name;
+        }
     }
 };
 
-// Whoever follows a file while it grows sees whole lines only.
+// Whoever follows a file while it grows sees each line as soon as there is one.
 TEST_F(WriteCalls, areOneForEachLine) {
     directory.write("logs/A.LOG", everyType.bytes());
-    directory.write("logs/B.LOG", "");                      // has a part in the progress lines only
-    std::map<std::string, size_t> lines = {{"console", 6}}; // reading, sorting, converting both
-    for (const auto& [name, bytes] : everyTypeOutputs()) {
-        lines[name] = linesOf(bytes).size();
-    }
-    for (const auto& [name, count] : lines) {
-        EXPECT_EQ(writesTo(name), count) << name;
-    }
+    directory.write("logs/B.LOG", ""); // has a part in the progress lines only
+    expectAWriteForEachLine({"logs", "--all"});
+    EXPECT_EQ(linesOf(directory.read("console")).size(), 6U); // reading, sorting, converting both
+    EXPECT_EQ(outputNames().size(), 6U + 2U);                 // with the trace and the console
 }
 
-TEST_F(WriteCalls, areOneForEachLineOfLongTexts) {
+/// A length of texts, such that their lines are a little shorter or longer than what a stream's
+/// buffer takes, or much longer.
+class LongTexts : public WriteCalls, public testing::WithParamInterface<size_t> {
+protected:
+    static std::string text(const std::string& beginning) {
+        return beginning + std::string(GetParam() - beginning.size(), 'x');
+    }
+};
+
+TEST_P(LongTexts, areWrittenWithTheirLineInOneGo) {
     LogBuilder log;
-    for (const size_t length : {1023U, 1024U, 1025U, 3000U, 8000U}) {
-        log.message(stamp(2020, 5, 1), "systemState=+" + std::string(length / 2, 'm'));
-        log.firmwareVersion(stamp(2020, 5, 1), std::string(length, 'v'));
-        // A text without an end: the name runs on to the end of the record.
-        log.record(1, stamp(2020, 5, 1), std::string(49, '\0') + std::string(length / 2, 's'));
-        log.dynamicInfo(stamp(2020, 5, 1), DynamicInfo());
-    }
+    log.message(at(1), text(""));
+    log.message(at(2), text("systemState=+"));
+    log.message(at(3), text("chargeSchedule.state = "));
+    log.firmwareVersion(at(4), text(""));
+    log.firmwareVersion(at(5), "a b " + text(""));
+    // Texts without an end: the name and the version run on to the end of the record.
+    log.record(1, at(6), std::string(49, '\0') + text(""));
+    log.record(13, at(7), std::string(1 + 113, '\0') + text(""));
+    log.record(0, at(8), text(""));
+    log.record(200, at(9), text(""));
+    log.dynamicInfo(at(10), sample);
+    log.dynamicInfo(at(11), 2, sample);
+    log.advancedSoc(at(12), 10, 20, 0.25F, 1);
+    log.message(at(13), "systemState=+6");
+    log.dynamicInfo(at(14), sample);
     directory.write("logs/A.LOG", log.bytes());
-    runWell({"logs", "--all"});
-    for (const char* name : {"logs/wide.csv", "logs/detail.csv", "logs/A.LOG.detail.csv"}) {
-        const size_t count = linesOf(directory.read(name)).size();
-        EXPECT_GT(count, 10U);
-        EXPECT_EQ(writesTo(name), count) << name;
-    }
+    expectAWriteForEachLine({"logs", "--all"});
+    EXPECT_GT(directory.read("logs/wide.csv").size(), 8 * GetParam()); // state, schedule, versions
+    EXPECT_GT(directory.read("logs/detail.csv").size(), 15 * GetParam());
+    expectAWriteForEachLine({"logs"});
+    expectAWriteForEachLine({"logs/A.LOG", "--detail"});
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, LongTexts, testing::Values(100, 1023, 1024, 1025, 8191, 8192, 100000),
+                         [](const auto& tested) { return std::to_string(tested.param) + "Bytes"; });
 
 TEST_F(EndToEndTest, aHostileDirectoryIsConvertedWithStatus0) {
     std::mt19937 random(2019); // gives the same numbers everywhere

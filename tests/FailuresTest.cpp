@@ -77,6 +77,20 @@ std::string longLog(unsigned records) {
     return log.bytes();
 }
 
+/// A log of few records, whose rows are shorter than, as long as, and longer than what an output's
+/// stream takes into its buffer.
+std::string logOfLongTexts() {
+    LogBuilder log;
+    unsigned number = 0;
+    for (const size_t length : {100U, 1023U, 1024U, 1025U, 8191U, 8192U, 100000U}) {
+        log.message(second(number), "systemState=+" + std::string(length - 13, 's'));
+        log.firmwareVersion(second(number + 1), std::string(length, 'v'));
+        log.dynamicInfo(second(number + 2), someDynamicInfo());
+        number += 3;
+    }
+    return log.bytes();
+}
+
 /// What a run leaves behind.
 struct Outcome {
     ProgramResult result;
@@ -130,6 +144,24 @@ void expectPrefixes(const Outcome& disturbed, const Outcome& undisturbed) {
         ASSERT_TRUE(undisturbed.files.contains(name)) << name;
         EXPECT_TRUE(undisturbed.files.at(name).starts_with(bytes)) << name << ":\n" << bytes;
     }
+}
+
+/// The files, with their sizes in place of their contents, which may be long.
+std::map<std::string, size_t> namesAndSizes(const Outcome& outcome) {
+    std::map<std::string, size_t> sizes;
+    for (const auto& [name, bytes] : outcome.files) {
+        sizes[name] = bytes.size();
+    }
+    return sizes;
+}
+
+/// How many lines all files have together.
+size_t linesIn(const Outcome& outcome) {
+    size_t count = 0;
+    for (const auto& [name, bytes] : outcome.files) {
+        count += linesOf(bytes).size();
+    }
+    return count;
 }
 
 /// The row of an ambient temperature record reads its fields while it is written, so that only the
@@ -622,6 +654,71 @@ TEST_F(SystemCalls, diskThatStaysFullKeepsWhatWasWrittenBefore) {
     }
     EXPECT_GE(failures, 60U);
     EXPECT_LT(failures, 499U);
+}
+
+// A write that fails for once, of a line of any length: its file ends with whole lines, the others
+// are complete. A stream that could not write a line of less than 1024 bytes still has it, and
+// writes it when it is closed.
+TEST_F(SystemCalls, writeOfALongLineThatFailsOnceCostsTheRestOfItsFileOnly) {
+    directory.write("A.LOG", logOfLongTexts());
+    const Outcome undisturbed = convert();
+    const std::vector<std::string> files = outputNames(undisturbed);
+    size_t failures = 0;
+    for (const std::string call : {"write", "writev"}) { // strace counts them separately
+        for (unsigned number = 1; number < 500; ++number) {
+            SCOPED_TRACE(call + " " + std::to_string(number));
+            const Outcome disturbed =
+                convertWith(call + ":error=ENOSPC:when=" + std::to_string(number), files);
+            if (!injected()) {
+                break;
+            }
+            ++failures;
+            EXPECT_EQ(disturbed.result.status, 0);
+            EXPECT_EQ(disturbed.result.out, undisturbed.result.out);
+            EXPECT_EQ(disturbed.result.err, "");
+
+            const std::vector<Call> all = calls();
+            const auto failed = std::find_if(all.begin(), all.end(),
+                                             [](const Call& made) { return made.result < 0; });
+            Outcome expected = undisturbed;
+            std::string& bytes = expected.files.at(failed->file);
+            size_t length = 0; // of what the file held before the failure
+            for (auto before = all.begin(); before != failed; ++before) {
+                length += before->file == failed->file ? static_cast<size_t>(before->result) : 0;
+            }
+            const size_t line = bytes.find('\n', length) + 1 - length;
+            bytes.resize(line < 1024 ? length + line : length);
+            EXPECT_EQ(namesAndSizes(disturbed), namesAndSizes(expected));
+            EXPECT_TRUE(disturbed.files == expected.files);
+        }
+    }
+    EXPECT_EQ(failures, linesIn(undisturbed));
+}
+
+// Whoever ends the run between two writes, and with whatever signal: no line is there in part.
+TEST_F(SystemCalls, killAtAnyWriteLeavesWholeLines) {
+    directory.write("A.LOG", logOfLongTexts());
+    const Outcome undisturbed = convert();
+    const std::vector<std::string> files = outputNames(undisturbed);
+    size_t kills = 0;
+    for (const std::string call : {"write", "writev"}) { // strace counts them separately
+        for (unsigned number = 1; number < 500; ++number) {
+            SCOPED_TRACE(call + " " + std::to_string(number));
+            const Outcome disturbed =
+                convertWith(call + ":signal=SIGKILL:when=" + std::to_string(number), files);
+            if (disturbed.result.status == 0) {
+                break;
+            }
+            ++kills;
+            EXPECT_EQ(disturbed.result.status, 128 + SIGKILL);
+            for (const auto& [name, bytes] : disturbed.files) {
+                EXPECT_TRUE(undisturbed.files.at(name).starts_with(bytes)) << name;
+                EXPECT_TRUE(bytes.empty() || bytes.ends_with('\n'))
+                    << name << " holds " << bytes.size() << " bytes";
+            }
+        }
+    }
+    EXPECT_EQ(kills, linesIn(undisturbed));
 }
 
 // =================================================================================================
