@@ -1,9 +1,17 @@
-// The ranges of time that the manual page shows as examples.
+// What manual page, README and completions say: the options, and the ranges of time that the manual
+// page shows as examples.
 
 #include "LogBuilder.h"
+#include "Options.h"
 #include "ProgramRun.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
 
 namespace {
 
@@ -75,6 +83,171 @@ TEST(ManualTest, anEmptyStartDateTakesTheEndOfTheFileIn) {
     EXPECT_THAT(
         converted({stamp(1984, 6, 1), stamp(2020, 6, 1)}, {"--startdate", ""}),
         ElementsAre("1984-06-01 00:00:00.0", "2020-06-01 00:00:00.0", "1984-01-01 00:00:00.0ff "));
+}
+
+// -------------------------------------------------------------------------------------------------
+// The options: whatever the tool knows is named, and whatever is named the tool knows
+// -------------------------------------------------------------------------------------------------
+
+using Words = std::set<std::string>;
+
+/// The options that something tells of.
+struct OptionSet {
+    Words words;     // long and short names
+    Words pairs;     // a short name and the long one that means the same, such as "-a --all"
+    Words withValue; // long names
+};
+
+/// Takes a long name into the set, and a short one if there is one.
+void add(OptionSet& options, const std::string& name, const std::string& shortName,
+         bool takesValue) {
+    options.words.insert(name);
+    if (!shortName.empty()) {
+        options.words.insert(shortName);
+        options.pairs.insert(shortName + ' ' + name);
+    }
+    if (takesValue) {
+        options.withValue.insert(name);
+    }
+}
+
+OptionSet knownOptions() {
+    OptionSet known;
+    for (const Option& option : allOptions()) {
+        add(known, std::string(option.name), std::string(option.shortName), !option.value.empty());
+    }
+    return known;
+}
+
+void expectKnownOptions(const OptionSet& named) {
+    const OptionSet known = knownOptions();
+    EXPECT_EQ(named.words, known.words);
+    EXPECT_EQ(named.pairs, known.pairs);
+    EXPECT_EQ(named.withValue, known.withValue);
+}
+
+std::string sourceText(const std::string& name) {
+    std::ifstream stream(std::filesystem::path(SOURCE_DIRECTORY) / name);
+    EXPECT_TRUE(stream) << name;
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// What the groups of the pattern hold at each place where it is found; empty if left out.
+std::vector<std::vector<std::string>> found(const std::string& text, const std::string& pattern) {
+    const std::regex regex(pattern);
+    std::vector<std::vector<std::string>> result;
+    for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match) {
+        result.emplace_back(std::next(match->begin()), match->end());
+    }
+    return result;
+}
+
+Words wordsOf(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+}
+
+/// Every place that the pattern finds names options of the tool only. What isn't an option by its
+/// form, such as "-as" or "--a=1", is not looked at.
+void expectNoOtherOptions(const std::string& text, const std::string& pattern) {
+    const Words known = knownOptions().words;
+    const std::vector<std::vector<std::string>> places = found(text, pattern);
+    EXPECT_FALSE(places.empty()) << pattern;
+    for (const std::vector<std::string>& place : places) {
+        for (const std::string& word : wordsOf(place.front())) {
+            if (std::regex_match(word, std::regex("--[A-Za-z]+|-[A-Za-z]"))) {
+                EXPECT_TRUE(known.contains(word)) << word << " in: " << place.front();
+            }
+        }
+    }
+}
+
+TEST(ManualTest, optionsAreDocumentedInTheReadme) {
+    const std::string readme = sourceText("README.md");
+    // `--wide`, `-w` or `--all` (`-a`); a capital letter stands for the value.
+    OptionSet named;
+    for (const auto& option : found(readme, "`(--\\w+)( [A-Z])?`(?:,? \\(?`(-\\w)`)?")) {
+        add(named, option[0], option[2], !option[1].empty());
+    }
+    expectKnownOptions(named);
+    expectNoOtherOptions(readme, "`(-[^`]*)`");
+    expectNoOtherOptions(readme, "\n    \\S*convertquorvlogs (.*)");
+}
+
+/// The options in the lines of the page that begin with the macro. A line has one of them, such as
+///     .Op Fl a | Fl -all
+///     .It Fl -startdate Ar date
+OptionSet optionsOfMacro(const std::string& page, const std::string& macro) {
+    OptionSet options;
+    for (const auto& line :
+         found(page, "\n\\." + macro + " (?:Fl (\\w) [|,] )?Fl -(\\w+)( Ar .*)?")) {
+        add(options, "--" + line[1], line[0].empty() ? "" : "-" + line[0], !line[2].empty());
+    }
+    return options;
+}
+
+TEST(ManualTest, optionsAreDocumentedInTheManualPage) {
+    const std::string page = sourceText("docs/convertquorvlogs.1.in");
+    expectKnownOptions(optionsOfMacro(page, "It"));
+    // In the synopsis, options that end the run have a line each, without brackets.
+    OptionSet synopsis = optionsOfMacro(page, "Op");
+    for (const auto& line : found(page, "\n\\.Nm\n\\.Fl (\\w) \\| Fl -(\\w+)")) {
+        add(synopsis, "--" + line[1], "-" + line[0], false);
+    }
+    expectKnownOptions(synopsis);
+
+    // In the text, and in the examples, whose dashes are "\-".
+    for (const auto& flag : found(page, "\\bFl (-?\\w+)")) {
+        EXPECT_TRUE(knownOptions().words.contains('-' + flag[0])) << flag[0];
+    }
+    const std::string asTyped = std::regex_replace(page, std::regex(R"(\\-)"), "-");
+    expectNoOtherOptions(asTyped, "\n(?:\\.Dl )?convertquorvlogs ((?:.*\\\\e\n)*.*)");
+    expectNoOtherOptions(asTyped, "\n\\.Ql (--(?:start|end).*)");
+}
+
+TEST(ManualTest, optionsAreDocumentedInTheBashCompletion) {
+    const std::string completion = sourceText("packaging/completions/convertquorvlogs.bash");
+    const auto lists = found(completion, "compgen -W '([^']*)'");
+    ASSERT_EQ(lists.size(), 1U);
+    EXPECT_EQ(wordsOf(lists[0][0]), knownOptions().words);
+    // Two places look for options that take a value: "--startdate | --starttime)".
+    const auto patterns = found(completion, "\n *(--\\w+(?: \\| --\\w+)*)\\)");
+    EXPECT_EQ(patterns.size(), 2U);
+    for (const auto& pattern : patterns) {
+        Words words = wordsOf(pattern[0]);
+        words.erase("|");
+        EXPECT_EQ(words, knownOptions().withValue);
+    }
+}
+
+TEST(ManualTest, optionsAreDocumentedInTheZshCompletion) {
+    const std::string completion = sourceText("packaging/completions/_convertquorvlogs");
+    // '(-a --all)'{-a,--all}'[help]' or '--startdate[help]:what the value is: '
+    OptionSet named;
+    for (const auto& option :
+         found(completion, "\n *'(?:\\(.*\\)'\\{(-\\w),)?(--\\w+)(?:\\}')?\\[[^\\]]*\\](:)?")) {
+        add(named, option[1], option[0], !option[2].empty());
+    }
+    expectKnownOptions(named);
+    // What excludes an option: itself by both names, or everything.
+    for (const auto& option : found(completion, "'\\((.*)\\)'\\{(.*),(.*)\\}")) {
+        if (option[0] != "- *") {
+            EXPECT_EQ(option[0], option[1] + ' ' + option[2]);
+        }
+    }
+}
+
+TEST(ManualTest, optionsAreDocumentedInTheFishCompletion) {
+    const std::string completion = sourceText("packaging/completions/convertquorvlogs.fish");
+    OptionSet named;
+    for (const auto& option :
+         found(completion, "\ncomplete -c convertquorvlogs(?: -o (\\w))? -l (\\w+)( -x)? -d ")) {
+        add(named, "--" + option[1], option[0].empty() ? "" : "-" + option[0], !option[2].empty());
+    }
+    expectKnownOptions(named);
+    const auto lists = found(completion, "contains -- \\S+ (--.*)");
+    ASSERT_EQ(lists.size(), 1U);
+    EXPECT_EQ(wordsOf(lists[0][0]), knownOptions().withValue);
 }
 
 } // namespace
