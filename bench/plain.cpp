@@ -31,8 +31,8 @@ struct Record {
 
     unsigned number(size_t offset, size_t size) const {
         unsigned value = 0;
-        for (size_t each = offset; each < offset + size; ++each) {
-            value = value << 8U | bytes.at(each);
+        for (size_t index = offset; index < offset + size; ++index) {
+            value = value << 8U | bytes.at(index);
         }
         return value;
     }
@@ -246,7 +246,7 @@ private:
     std::map<unsigned, DynamicInfo> dynamicInfo;
     std::map<unsigned, AdvancedSoc> advancedSoc;
     std::map<unsigned, unsigned> faults;
-    std::map<std::string, std::string> signals; // what stands behind each prefix
+    std::map<std::string, std::string> signals; // what stands after each prefix
     unsigned powerMode = 255;
     std::string bmcVersion;
     std::string bmuVersion;

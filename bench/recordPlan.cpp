@@ -52,9 +52,9 @@ public:
             std::fprintf(names, "%s\n", std::filesystem::read_symlink(link).filename().c_str());
         }
         Output& output = entry->second;
-        for (size_t each = 0; each < size; ++each) {
+        for (size_t index = 0; index < size; ++index) {
             ++output.lengthSoFar;
-            if (data[each] == '\n') {
+            if (data[index] == '\n') {
                 const auto line = static_cast<uint32_t>(output.number << 24U | output.lengthSoFar);
                 std::fwrite(&line, sizeof line, 1, plan);
                 output.lengthSoFar = 0;
@@ -90,8 +90,8 @@ extern "C" ssize_t write(int descriptor, const void* data, size_t size) {
 
 extern "C" ssize_t writev(int descriptor, const iovec* pieces, int count) {
     ssize_t total = 0;
-    for (int each = 0; each < count; ++each) {
-        const ssize_t written = write(descriptor, pieces[each].iov_base, pieces[each].iov_len);
+    for (int index = 0; index < count; ++index) {
+        const ssize_t written = write(descriptor, pieces[index].iov_base, pieces[index].iov_len);
         if (written < 0) {
             return total > 0 ? total : -1;
         }

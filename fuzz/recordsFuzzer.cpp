@@ -2,7 +2,7 @@
 //
 // What must hold besides the absence of a crash:
 // - the records are the frames that the bytes hold, and each call of the factory leaves the stream
-//   just behind its frame, so that records and framing account for every byte;
+//   just after its frame, so that records and framing account for every byte;
 // - the pieces in which the stream delivers its bytes change nothing, and no byte is fetched twice;
 // - numbers have the text that the C library gives them;
 // - a row begins with its datestamp, ends with a line feed and is no longer than a constant and
@@ -59,7 +59,7 @@ private:
 
 struct Frame {
     Bytes data;
-    size_t end; // the offset behind its last byte
+    size_t end; // the offset after its last byte
 };
 
 /// The frames of a log, by the rules of the framing alone.
@@ -168,7 +168,7 @@ std::vector<std::string> rowsOf(std::span<const uint8_t> log, size_t pieceSize,
         require(record != nullptr, "there is a record for each frame");
         require(std::ranges::equal(record->bytes, frame.data),
                 "a record holds the data bytes of its frame");
-        require(buffer.taken() == frame.end, "the stream is left just behind the frame");
+        require(buffer.taken() == frame.end, "the stream is left just after the frame");
         require(record->recordType() == (frame.data.empty() ? 0 : frame.data.front()),
                 "the first data byte is the type code");
         record->interpret();
@@ -178,7 +178,7 @@ std::vector<std::string> rowsOf(std::span<const uint8_t> log, size_t pieceSize,
         requireNumbers(*record, rows.back());
     }
     require(stream.eof() && !stream.bad(), "the last record is the one that meets the end");
-    require(DataRecord::factory(stream) == nullptr, "there is no record behind the end");
+    require(DataRecord::factory(stream) == nullptr, "there is no record after the end");
     return rows;
 }
 

@@ -15,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 int main(int argumentCount, char** arguments) {
     std::vector<std::filesystem::path> inputs;
-    for (int each = 1; each < argumentCount; ++each) {
-        const std::filesystem::path argument = arguments[each];
+    for (int index = 1; index < argumentCount; ++index) {
+        const std::filesystem::path argument = arguments[index];
         if (!std::filesystem::is_directory(argument)) {
             inputs.push_back(argument);
             continue;

@@ -78,8 +78,8 @@ uint8_t takeByte(std::string_view& input) {
     return byte;
 }
 
-/// Adds words such that the option parser never ends the process: one path at most, a value behind
-/// every option that takes one, and no time behind an empty date.
+/// Adds words such that the option parser never ends the process: one path at most, a value after
+/// every option that takes one, and no time after an empty date.
 void takeCommandLine(std::string_view& input, Case& result, const std::string& directory) {
     static const std::vector<std::string> outputs = {
         "--all", "-a", "--detail", "--soc", "-s", "--dynamicInfo", "-d", "--wide", "-w", "--none",
@@ -175,9 +175,9 @@ public:
         for (const auto& entry : fs::directory_iterator(directory)) {
             fs::remove_all(entry.path());
         }
-        for (size_t each = 0; each < input.logs.size(); ++each) {
-            std::ofstream(directory / (std::to_string(each) + ".LOG"), std::ios::binary)
-                << input.logs[each];
+        for (size_t index = 0; index < input.logs.size(); ++index) {
+            std::ofstream(directory / (std::to_string(index) + ".LOG"), std::ios::binary)
+                << input.logs[index];
         }
         if (input.danglingLink) {
             fs::create_symlink("nowhere", directory / "link.LOG");
@@ -294,7 +294,7 @@ Outcome run(const Case& input) {
 // What must hold
 // =================================================================================================
 
-/// What stands behind the prefix in the lines that begin with it, in their order.
+/// What stands after the prefix in the lines that begin with it, in their order.
 std::vector<std::string> namesBehind(std::string_view prefix, const std::string& console) {
     std::vector<std::string> names;
     std::istringstream lines(console);
@@ -309,8 +309,8 @@ std::vector<std::string> namesBehind(std::string_view prefix, const std::string&
 void requireConsole(const Case& input, const Outcome& outcome, bool directoryMode) {
     std::multiset<std::string> logs;
     if (directoryMode) {
-        for (size_t each = 0; each < input.logs.size(); ++each) {
-            logs.insert(input.path + "/" + std::to_string(each) + ".LOG");
+        for (size_t index = 0; index < input.logs.size(); ++index) {
+            logs.insert(input.path + "/" + std::to_string(index) + ".LOG");
         }
         if (input.danglingLink) {
             logs.insert(input.path + "/link.LOG");
@@ -385,7 +385,7 @@ private:
     static void takeWord(const std::string& words, int place, std::string& version) {
         std::istringstream stream(words);
         std::string word;
-        for (int each = 0; each < place; ++each) {
+        for (int index = 0; index < place; ++index) {
             if (!(stream >> word)) {
                 return;
             }
@@ -408,9 +408,9 @@ private:
         } else {
             const TriState reports[] = {message.sbx(), message.acPresent(), message.button(),
                                         message.interlock()};
-            for (size_t each = 0; each < signals.size(); ++each) {
-                if (reports[each] != TriState::Indeterminate) {
-                    signals[each] = reports[each] == TriState::True ? ",1" : ",0";
+            for (size_t index = 0; index < signals.size(); ++index) {
+                if (reports[index] != TriState::Indeterminate) {
+                    signals[index] = reports[index] == TriState::True ? ",1" : ",0";
                 }
             }
         }
@@ -517,9 +517,9 @@ std::string headerOf(DataRecord::Type type) {
 /// All files that the run should have left.
 Files expectedFiles(const Case& input, const Outcome& outcome, bool directoryMode) {
     Files expected;
-    size_t each = 0;
+    size_t index = 0;
     for (const std::string& log : input.logs) {
-        expected[std::to_string(each++) + ".LOG"] = log;
+        expected[std::to_string(index++) + ".LOG"] = log;
     }
     expected["synopsis.csv"] =
         "startDate,endDate,direction,loSoc,hiSoc,loDsoc,hiDsoc,transportedCharge\n";

@@ -248,13 +248,13 @@ const GlobalFile globalFiles[] = {
 };
 
 TEST_F(ConvertFileTest, aggregateOpensWhatIsEnabledAndWritesItsHeader) {
-    for (const GlobalFile& each : globalFiles) {
+    for (const GlobalFile& output : globalFiles) {
         const TemporaryDirectory target;
         inItsOwnProcess([&] {
-            ConvertFile::enable(each.word);
+            ConvertFile::enable(output.word);
             ConvertFile::aggregate(target.path());
         });
-        EXPECT_EQ(target.files(), (Files{{each.name, each.header}})) << each.word;
+        EXPECT_EQ(target.files(), (Files{{output.name, output.header}})) << output.word;
     }
 }
 
@@ -275,28 +275,28 @@ TEST_F(ConvertFileTest, aggregateOpensAllFour) {
 }
 
 TEST_F(ConvertFileTest, eachOpeningOpensItsOwnFileOnlyAndReplacesIt) {
-    for (const GlobalFile& each : globalFiles) {
+    for (const GlobalFile& output : globalFiles) {
         const TemporaryDirectory target;
-        target.write(each.name, "of an earlier run");
+        target.write(output.name, "of an earlier run");
         inItsOwnProcess([&] {
             ConvertFile::enable("--all");
-            each.open(target.path());
+            output.open(target.path());
         });
-        EXPECT_EQ(target.files(), (Files{{each.name, each.header}})) << each.word;
+        EXPECT_EQ(target.files(), (Files{{output.name, output.header}})) << output.word;
     }
 }
 
 TEST_F(ConvertFileTest, eachOpeningDoesNothingUnlessItsOutputIsEnabled) {
-    for (const GlobalFile& each : globalFiles) {
+    for (const GlobalFile& output : globalFiles) {
         inItsOwnProcess([&] {
             for (const GlobalFile& other : globalFiles) {
-                if (other.word != each.word) {
+                if (other.word != output.word) {
                     ConvertFile::enable(other.word);
                 }
             }
-            each.open(directory.path());
+            output.open(directory.path());
         });
-        EXPECT_EQ(directory.files(), Files()) << each.word;
+        EXPECT_EQ(directory.files(), Files()) << output.word;
     }
 }
 
@@ -411,7 +411,7 @@ TEST_F(ConvertFileTest, decimalRowsFollowHexadecimalRows) {
             "Datestamp,x (g),y (g),z (g)\n" + whenText + ",16,-1,10\n");
 }
 
-// Bounds can be so that the record behind the last frame, stamped 1984, is inside.
+// Bounds can be so that the record after the last frame, stamped 1984, is inside.
 TEST_F(ConvertFileTest, theExtraLastRecordIsWrittenWhenItIsInsideTheRange) {
     ConvertFile::startDatestamp = "";
     EXPECT_EQ(detailOf(LogBuilder().message(when, "a")),

@@ -102,8 +102,8 @@ public:
     Reach reachOfInserting(size_t at, uint8_t inserted) const {
         const size_t k = recordAt(at);
         if (at == bytes.size()) {
-            const bool behindLoneDle = at != 0 && parts.back() == Part::firstOfDiscarded;
-            return inserted == etx && behindLoneDle ? split(k) : only(k);
+            const bool afterLoneDle = at != 0 && parts.back() == Part::firstOfDiscarded;
+            return inserted == etx && afterLoneDle ? split(k) : only(k);
         }
         switch (parts[at]) {
         case Part::etxOfEnd:
@@ -157,10 +157,10 @@ public:
     /// row if it were complete. Not for a cut that takes nothing but an ETX.
     std::string frameOfCut(size_t at) const {
         const size_t begin = begins[recordAt(at)];
-        const bool behindDle = at < bytes.size() && (parts[at] == Part::secondOfEscape ||
-                                                     parts[at] == Part::secondOfDiscarded);
+        const bool afterDle = at < bytes.size() && (parts[at] == Part::secondOfEscape ||
+                                                    parts[at] == Part::secondOfDiscarded);
         std::string frame = bytes.substr(begin, at - begin);
-        if (behindDle) {
+        if (afterDle) {
             frame.pop_back();
         } else {
             frame += '\xFF';
@@ -226,7 +226,7 @@ class Sweep {
 public:
     explicit Sweep(const std::string& log) : layout(log), rows(rowsOf(log)) {}
 
-    /// Each kind of damage at the offset; behind the last byte, what can be done there.
+    /// Each kind of damage at the offset; after the last byte, what can be done there.
     void damage(size_t at) {
         if (at < layout.bytes.size()) {
             const Reach reach = layout.reachOfCut(at);
@@ -275,13 +275,13 @@ private:
     void expect(const std::string& damage, size_t at, const Reach& reach,
                 const LogBuilder& damaged) const {
         const std::vector<std::string> outcome = rowsOf(damaged.bytes());
-        const size_t behind = rows.size() - reach.last - 1;
-        ASSERT_EQ(outcome.size(), reach.first + reach.inPlace + behind) << damage << " at " << at;
+        const size_t after = rows.size() - reach.last - 1;
+        ASSERT_EQ(outcome.size(), reach.first + reach.inPlace + after) << damage << " at " << at;
         EXPECT_TRUE(std::equal(rows.begin(), rows.begin() + offset(reach.first), outcome.begin()))
             << damage << " at " << at << " changed a record in front of " << reach.first;
         EXPECT_TRUE(
-            std::equal(rows.end() - offset(behind), rows.end(), outcome.end() - offset(behind)))
-            << damage << " at " << at << " changed a record behind " << reach.last;
+            std::equal(rows.end() - offset(after), rows.end(), outcome.end() - offset(after)))
+            << damage << " at " << at << " changed a record after " << reach.last;
         size_t length = 0;
         for (const std::string& row : outcome) {
             length += row.size();
@@ -485,8 +485,8 @@ TEST(Damage, neverEndsARunAndLeavesTheOtherRowsInEveryOutput) {
             std::vector<std::string> rows = linesOf(before.read(output));
             std::erase_if(rows, [end = cutOff](const std::string& row) {
                 const bool inFront = row >= "2019-03-03 08:00" && row < "2019-03-03 08:30";
-                const bool behind = row >= "2019-03-03 08:32" && row < "2019-03-03 09";
-                return !inFront && (end || !behind);
+                const bool isLater = row >= "2019-03-03 08:32" && row < "2019-03-03 09";
+                return !inFront && (end || !isLater);
             });
             EXPECT_GE(rows.size(), 30U);
             const std::set<std::string> wanted(rows.begin(), rows.end());

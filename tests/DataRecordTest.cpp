@@ -140,7 +140,7 @@ std::string written(const std::function<void(std::ostream&)>& write) {
     return os.str();
 }
 
-/// A source whose reads fail behind its last byte, as those of a broken disk do.
+/// A source whose reads fail after its last byte, as those of a broken disk do.
 class BrokenSource : public std::streambuf {
 public:
     explicit BrokenSource(const std::string& content) : text(content) {
@@ -235,22 +235,22 @@ TEST(Framing, aRecordMayHaveAnyLength) {
 /// The framing once more, a byte at a time: a log's records, the one that its end makes included.
 std::vector<std::string> modelRecords(const std::string& log) {
     std::vector<std::string> records(1);
-    bool behindDle = false;
+    bool afterDle = false;
     for (const char byte : log) {
-        if (behindDle) {
-            behindDle = false;
+        if (afterDle) {
+            afterDle = false;
             if (byte == 0x10) {
                 records.back() += byte;
             } else if (byte == 0x03) {
                 records.emplace_back();
             }
         } else if (byte == 0x10) {
-            behindDle = true;
+            afterDle = true;
         } else {
             records.back() += byte;
         }
     }
-    if (!behindDle) {
+    if (!afterDle) {
         records.back() += bytesOf("FF");
     }
     return records;
@@ -465,14 +465,14 @@ bool isOfClass(const DataRecord& record, const std::type_info& expected) {
 }
 
 TEST(TypeCodes, eachHasItsEnumeratorAndItsClass) {
-    for (const TypeRow& each : typeRows()) {
-        SCOPED_TRACE(each.className);
-        EXPECT_EQ(each.type, each.code);
-        EXPECT_TRUE(isOfClass(*DataRecord::factory(each.type), *each.madeClass));
-        const std::string bytes = Payload().u8(each.code).zeros(6).bytes;
+    for (const TypeRow& row : typeRows()) {
+        SCOPED_TRACE(row.className);
+        EXPECT_EQ(row.type, row.code);
+        EXPECT_TRUE(isOfClass(*DataRecord::factory(row.type), *row.madeClass));
+        const std::string bytes = Payload().u8(row.code).zeros(6).bytes;
         const std::shared_ptr<DataRecord> read = firstRecord(framed(bytes));
-        EXPECT_TRUE(isOfClass(*read, *each.madeClass));
-        EXPECT_EQ(read->recordType(), each.type);
+        EXPECT_TRUE(isOfClass(*read, *row.madeClass));
+        EXPECT_EQ(read->recordType(), row.type);
         EXPECT_EQ(dataOf(*read), bytes) << "the type code stays in front";
     }
 }
@@ -803,12 +803,12 @@ TEST(RecordCopy, hasEveryMemberOfTheRecord) {
     const OpenRecord copy = record;
     OpenRecord assigned;
     assigned = record;
-    for (const OpenRecord& each : {copy, assigned}) {
-        EXPECT_EQ(dataOf(each), dataOf(record));
-        EXPECT_EQ(each.position, 8U);
-        EXPECT_EQ(each.datestamp, "2019-03-03 08:05:09.5");
-        EXPECT_TRUE(each.interpreted);
-        EXPECT_EQ(each.h.size(), 3U);
+    for (const OpenRecord& duplicate : {copy, assigned}) {
+        EXPECT_EQ(dataOf(duplicate), dataOf(record));
+        EXPECT_EQ(duplicate.position, 8U);
+        EXPECT_EQ(duplicate.datestamp, "2019-03-03 08:05:09.5");
+        EXPECT_TRUE(duplicate.interpreted);
+        EXPECT_EQ(duplicate.h.size(), 3U);
     }
 }
 
@@ -1294,14 +1294,14 @@ const std::vector<LineWriter> lineWriters = {
 
 TEST(FailedStreams, noWriterWritesOrFlushesAnything) {
     for (const auto state : {std::ios::failbit, std::ios::badbit}) {
-        for (size_t each = 0; each < lineWriters.size(); ++each) {
+        for (size_t index = 0; index < lineWriters.size(); ++index) {
             OpenRecord record = sample();
             FlushNotes sink;
             std::ostream os(&sink);
             os.setstate(state);
-            lineWriters[each](record, os);
-            EXPECT_EQ(sink.str(), "") << each;
-            EXPECT_THAT(sink.flushed, IsEmpty()) << each;
+            lineWriters[index](record, os);
+            EXPECT_EQ(sink.str(), "") << index;
+            EXPECT_THAT(sink.flushed, IsEmpty()) << index;
         }
     }
 }
@@ -1413,7 +1413,7 @@ TEST(FieldWriters, aFloatHasTheTextThatAStreamGivesItAroundEveryPowerOfTenAndEve
             }
         }
     }
-    for (int half = 200001; half < 2000000; half += 62) { // a digit 5 behind the sixth
+    for (int half = 200001; half < 2000000; half += 62) { // a digit 5 after the sixth
         for (const float divisor : {2.0F, 4.0F, 8.0F, 16.0F, 64.0F, 1024.0F}) {
             const float value = static_cast<float>(half) / divisor;
             ASSERT_EQ(scalar<float>(value), streamed(value));
@@ -1594,8 +1594,8 @@ constexpr size_t longPayload = 200;
 /// place shows.
 std::string printablePayload() {
     std::string payload;
-    for (size_t each = 0; each < longPayload; ++each) {
-        payload += static_cast<char>('!' + each * 7 % 94);
+    for (size_t index = 0; index < longPayload; ++index) {
+        payload += static_cast<char>('!' + index * 7 % 94);
     }
     return payload;
 }

@@ -73,8 +73,8 @@ protected:
     std::vector<std::string> listLogs(const std::vector<std::optional<std::string>>& contents) {
         const fs::path logs = directory.path() / "logs";
         fs::create_directory(logs);
-        for (size_t each = 0; each < contents.size(); ++each) {
-            const std::string name = static_cast<char>('A' + each) + std::string(".LOG");
+        for (size_t index = 0; index < contents.size(); ++index) {
+            const std::string name = static_cast<char>('A' + index) + std::string(".LOG");
             fs::create_symlink(linked.path() / name, logs / name);
         }
         std::vector<std::string> names;
@@ -260,7 +260,7 @@ std::string cutLog(Stamp first, Stamp last) {
     return log.truncate(log.bytes().size() - 2).bytes();
 }
 
-/// A log that ends behind a complete frame: its last record is the one of the failed read, stamped
+/// A log that ends after a complete frame: its last record is the one of the failed read, stamped
 /// 1984-01-01 00:00:00.0, and that is earlier than the first stamp of any log but those stamped so.
 std::string wholeLog(Stamp first, Stamp last) {
     return LogBuilder().powerMode(first, 17).powerMode(last, 17).bytes();
@@ -283,11 +283,11 @@ protected:
             return {};
         }
         std::vector<size_t> order;
-        for (size_t each = 0; each < names.size(); ++each) {
-            EXPECT_EQ(lines[each], "Reading: logs/" + names[each]);
-            EXPECT_EQ(lines[names.size() + each], "Sorting logs/" + names[each]);
+        for (size_t index = 0; index < names.size(); ++index) {
+            EXPECT_EQ(lines[index], "Reading: logs/" + names[index]);
+            EXPECT_EQ(lines[names.size() + index], "Sorting logs/" + names[index]);
             const std::string prefix = "Converting: logs/";
-            const std::string& converting = lines[2 * names.size() + each];
+            const std::string& converting = lines[2 * names.size() + index];
             EXPECT_TRUE(converting.starts_with(prefix)) << converting;
             const auto found =
                 std::find(names.begin(), names.end(),
@@ -381,8 +381,8 @@ TEST_F(ConversionOrderTest, aLogThatSpansAllIsPutBehindTheFirst) {
         ElementsAre(0, 2, 1));
 }
 
-// The third log begins after the first ended, so that it is appended; the fourth then fits behind
-// the first and behind the second.
+// The third log begins after the first ended, so that it is appended; the fourth then fits after
+// the first and after the second.
 TEST_F(ConversionOrderTest, theFirstGapThatFitsWins) {
     EXPECT_THAT(
         orderOf({cutLog(month(2018, 1), month(2018, 12)), cutLog(month(2018, 2), month(2018, 12)),
@@ -451,7 +451,7 @@ TEST_F(ConversionOrderTest, anEmptyLogIsAppendedBehindLogsWithStamps) {
                 ElementsAre(0, 1, 2));
 }
 
-// 9 ms are written ".9" and stand behind ".50".
+// 9 ms are written ".9" and stand after ".50".
 TEST_F(ConversionOrderTest, stampsAreComparedAsText) {
     EXPECT_THAT(orderOf({cutLog(month(2018, 1), stamp(2018, 5, 2, 0, 0, 0, 9)),
                          cutLog(month(2018, 7), month(2018, 9)),
@@ -509,7 +509,7 @@ TEST_F(ConversionOrderTest, theRowsOfAllLogsStandInTheOrderOfConversion) {
 const DynamicInfo sample = {25600, -105, 80, 78, 0x2400, {3500, 3500, 3500, 3500, 3500, 3500, 3750},
                             2982};
 const std::string sampleFields =
-    ",25.6,-10.5,80,78,3.5,3.5,3.5,3.5,3.5,3.5,3.75,0.25,25.05,1,1"; // behind the module
+    ",25.6,-10.5,80,78,3.5,3.5,3.5,3.5,3.5,3.5,3.75,0.25,25.05,1,1"; // after the module
 
 const StaticInfo module2 = {321, 4660, 7, 7, "Module 2", "2.6 beta", 1, 1000, 2'500'000};
 const std::string module2Fields = ",2,321,4660,7,7,Module 2,2.6 beta,1,1000,2.5e+06";
@@ -628,7 +628,7 @@ struct FurtherOutput {
     std::string socFields;         // of its row in soc.csv, if there is one
     bool writesWideRow;
     bool setsWideDatestamp;
-    WideRow wide; // the combined state behind it
+    WideRow wide; // the combined state after it
 };
 
 WideRow wideWith(std::string WideRow::*group, std::string text) {
@@ -677,23 +677,23 @@ void PrintTo(const FurtherOutput& output, std::ostream* os) {
 
 class FurtherOutputTest : public EndToEndTest, public testing::WithParamInterface<FurtherOutput> {};
 
-// Behind the record, a message that says nothing calls for a row of the combined state. There is
+// After the record, a message that says nothing calls for a row of the combined state. There is
 // one only if there is a datestamp; the power mode brings one for the second message at the latest.
 TEST_P(FurtherOutputTest, isThatOfTheRecordType) {
-    const FurtherOutput& each = GetParam();
+    const FurtherOutput& output = GetParam();
     directory.write("logs/A.LOG", LogBuilder()
-                                      .record(each.type, at(1), each.payload)
+                                      .record(output.type, at(1), output.payload)
                                       .message(at(2), "")
                                       .powerMode(at(3), 17)
                                       .message(at(4), "")
                                       .bytes());
     runWell({"logs", "-d", "-s", "-w"});
 
-    WideRow row = each.wide;
+    WideRow row = output.wide;
     row.datestamp = textOf(1);
     std::string rows;
-    rows += each.writesWideRow ? row.line() : "";
-    rows += each.setsWideDatestamp ? row.line() : "";
+    rows += output.writesWideRow ? row.line() : "";
+    rows += output.setsWideDatestamp ? row.line() : "";
     row.datestamp = textOf(3);
     row.powerMode = ",reserve";
     rows += row.line();
@@ -701,8 +701,8 @@ TEST_P(FurtherOutputTest, isThatOfTheRecordType) {
         return fields.empty() ? "" : textOf(1) + fields + "\n";
     };
     EXPECT_EQ(outputs(),
-              (Files{{"logs/dynamicInfo.csv", dynamicInfoHeader + rowOf(each.dynamicInfoFields)},
-                     {"logs/soc.csv", socHeader + rowOf(each.socFields)},
+              (Files{{"logs/dynamicInfo.csv", dynamicInfoHeader + rowOf(output.dynamicInfoFields)},
+                     {"logs/soc.csv", socHeader + rowOf(output.socFields)},
                      {"logs/wide.csv", wideHeader + rows},
                      {"synopsis.csv", synopsisHeader}}));
 }
@@ -1161,11 +1161,11 @@ TEST_F(WideRowsTest, haveAsManyFieldsAsTheHeaderForModules1And2) {
     }
 }
 
-// Module 0 stands in front of the others, module 3 behind them; the header stays.
+// Module 0 stands in front of the others, module 3 after them; the header stays.
 TEST_F(WideRowsTest, growByTheFieldsOfFurtherModules) {
-    WideRow behind = {textOf(1)};
-    behind.dynamicInfo2 += ",3" + sampleFields;
-    WideRow inFront = behind;
+    WideRow after = {textOf(1)};
+    after.dynamicInfo2 += ",3" + sampleFields;
+    WideRow inFront = after;
     inFront.datestamp = textOf(3);
     inFront.dynamicInfo1 = ",0" + sampleFields + inFront.dynamicInfo1;
     inFront.soc2 += ",3,10,20,0.25,1";
@@ -1173,7 +1173,7 @@ TEST_F(WideRowsTest, growByTheFieldsOfFurtherModules) {
                          .dynamicInfo(at(1), 3, sample)
                          .advancedSoc(at(2), 3, 10, 20, 0.25F, 1)
                          .dynamicInfo(at(3), 0, sample)),
-              behind.line() + inFront.line());
+              after.line() + inFront.line());
 }
 
 TEST_F(WideRowsTest, ofASignalRepeatTheDatestampOfTheRecordBefore) {

@@ -23,13 +23,13 @@ inline const std::string wideHeader =
 inline const std::string synopsisHeader =
     "startDate,endDate,direction,loSoc,hiSoc,loDsoc,hiDsoc,transportedCharge\n";
 
-// Some header lines of the detail files, which precede each run of records of one type.
+// Some header lines of the detail files, which precede each block of records of one type.
 inline const std::string messageHeader = "Datestamp,message\n";
 inline const std::string powerModeHeader = "Datestamp,power-mode\n";
 inline const std::string unknownHeader = "Datestamp,Unknown record type ...\n";
 
 /// A row of "wide.csv", each group of fields with its leading commas. A group is by default what
-/// the row holds before a record has told more. Modules other than 1 and 2 stand behind those in
+/// the row holds before a record has told more. Modules other than 1 and 2 stand after those in
 /// their group.
 struct WideRow {
     std::string datestamp;

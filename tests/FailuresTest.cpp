@@ -70,9 +70,9 @@ std::string mixedLog() {
 /// A log of many short records of two types.
 std::string longLog(unsigned records) {
     LogBuilder log;
-    for (unsigned each = 0; each < records; each += 2) {
-        log.dynamicInfo(second(each), someDynamicInfo());
-        log.message(second(each + 1), "interlock=+" + std::to_string(each % 4 / 2));
+    for (unsigned number = 0; number < records; number += 2) {
+        log.dynamicInfo(second(number), someDynamicInfo());
+        log.message(second(number + 1), "interlock=+" + std::to_string(number % 4 / 2));
     }
     return log.bytes();
 }
@@ -117,7 +117,7 @@ protected:
         return outcome;
     }
 
-    /// Runs the tool behind a prefix such as "prlimit --nofile=5", after removing old outputs.
+    /// Runs the tool after a prefix such as "prlimit --nofile=5", after removing old outputs.
     Outcome convert(std::vector<std::string> prefix = {},
                     const std::string& tool = toolPath()) const {
         removeOutputs();
@@ -229,7 +229,7 @@ TEST_P(BlockedOutput, isLostWithoutAWordAndTheOthersAreComplete) {
 
 std::string nameOf(const testing::TestParamInfo<BlockedOutput::ParamType>& info) {
     std::string name = std::get<1>(info.param);
-    std::erase_if(name, [](char each) { return each == '.'; });
+    std::erase_if(name, [](char character) { return character == '.'; });
     return std::get<0>(info.param).name + ("_" + name);
 }
 
@@ -580,7 +580,7 @@ TEST_F(SystemCalls, failedReadEndsItsLogThereAndHarmsNoOther) {
     EXPECT_LT(failures, 199U);
 }
 
-// One write that fails for once: its file ends at that line or behind it, since what a stream holds
+// One write that fails for once: its file ends at that line or after it, since what a stream holds
 // back is written when it is closed; the others are complete.
 TEST_F(SystemCalls, writeThatFailsOnceCostsTheRestOfItsFileOnly) {
     directory.write("A.LOG", mixedLog());

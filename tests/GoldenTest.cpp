@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(Samples, GoldenTest,
                              return name;
                          });
 
-// Logs that end with a whole frame can be put one behind the other and are a log again. Its only
+// Logs that end with a whole frame can be put one after the other and are a log again. Its only
 // difference from the directory is the header lines that start each log in "detail.csv".
 TEST(GoldenWideTest, aDirectoryGivesTheRowsOfItsLogsPutTogetherInListingOrder) {
     for (const std::string name : {"two-module-truck", "single-module-truck"}) {

@@ -100,7 +100,7 @@ public:
     /// Appends bytes as they are.
     LogBuilder& append(std::string_view raw);
 
-    /// Cuts the log off behind its first bytes.
+    /// Cuts the log off after its first bytes.
     LogBuilder& truncate(size_t length);
 
     /// Flips the bits of the mask in the byte at the offset.

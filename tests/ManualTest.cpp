@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using Datestamps = std::vector<std::string>;
 
 /// 1 January, which the controller's calendar takes for month 13 of the year before: the day
-/// behind 31 December.
+/// after 31 December.
 Stamp firstDayOf(unsigned year) {
     Stamp day = stamp(year - 1, 12, 31);
     ++day.day;

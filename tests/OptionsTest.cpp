@@ -33,7 +33,7 @@ protected:
         ConvertFile::endDatestamp = "2099-12-31";
     }
 
-    /// Parses the arguments behind a program name.
+    /// Parses the arguments after a program name.
     void parse(const Arguments& arguments) {
         std::vector<const char*> pointers = {"convertquorvlogs"};
         for (const std::string& argument : arguments) {
@@ -152,7 +152,7 @@ TEST_F(OptionsTest, aKnownOptionInAnotherLetterCaseIsUnknown) {
     EXPECT_EQ(enabledOutputs(), "");
 }
 
-// The argument behind it is then no value.
+// The argument after it is then no value.
 TEST_F(OptionsTest, aDateOptionInAnotherLetterCaseTakesNoValue) {
     parse({"--StartDate", "2020-05-01"});
     EXPECT_EQ(ConvertFile::startDatestamp, "2016-01-01");

@@ -40,7 +40,7 @@ const std::string d1 = "2020-05-01 00:00:00.0";
 const std::string d2 = "2020-05-02 00:00:00.0";
 const std::string d3 = "2020-05-03 00:00:00.0";
 
-/// A sample and its block of the row, behind the module.
+/// A sample and its block of the row, after the module.
 DynamicInfo sample() {
     DynamicInfo info;
     info.millivolts = 25600;

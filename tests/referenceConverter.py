@@ -60,7 +60,7 @@ def split_into_records(data):
 
 
 class Record:
-    """The bytes of a record with a read cursor. Bytes behind the end read as 0."""
+    """The bytes of a record with a read cursor. Bytes after the end read as 0."""
 
     def __init__(self, data):
         self.data = data
@@ -576,7 +576,7 @@ class LogFile:
         except OSError:
             run.err += b"Unable to read " + name + b" to its end.\n"
         os.close(file)
-        self.records = [Record(each) for each in split_into_records(data)]
+        self.records = [Record(frame) for frame in split_into_records(data)]
         for record in self.records:
             interpret(record)
 
@@ -584,21 +584,21 @@ class LogFile:
 def in_conversion_order(files, run):
     ordered = []
     unread = []
-    for each in files:
-        run.out += b"Sorting " + each.name + b"\n"
-        if not each.records:
-            unread.append(each)
+    for file in files:
+        run.out += b"Sorting " + file.name + b"\n"
+        if not file.records:
+            unread.append(file)
             continue
         place = len(ordered)
         for index in range(len(ordered) - 1):
             a, b = ordered[index], ordered[index + 1]
             if (
-                a.records[-1].datestamp >= each.records[0].datestamp
-                and each.records[-1].datestamp >= b.records[0].datestamp
+                a.records[-1].datestamp >= file.records[0].datestamp
+                and file.records[-1].datestamp >= b.records[0].datestamp
             ):
                 place = index + 1
                 break
-        ordered.insert(place, each)
+        ordered.insert(place, file)
     return ordered + unread
 
 

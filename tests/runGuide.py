@@ -3,7 +3,7 @@ with what the guide says.
 
 Usage: runGuide.py SOURCE_DIRECTORY DIRECTORY_OF_THE_TOOL
 
-A block marked "console" holds commands behind "$ ", their further lines behind "> ", and below each
+A block marked "console" holds commands after "$ ", their further lines after "> ", and below each
 what it prints."""
 
 import os

@@ -1,7 +1,7 @@
 # bash completion for convertquorvlogs
 
 _convertquorvlogs() {
-    local word=${COMP_WORDS[COMP_CWORD]} each path='' candidates=()
+    local word=${COMP_WORDS[COMP_CWORD]} i candidate path='' candidates=()
 
     # Dates and times are for the user to type.
     case ${COMP_WORDS[COMP_CWORD - 1]} in
@@ -18,20 +18,20 @@ _convertquorvlogs() {
     fi
 
     # A directory or a log, unless the line names one already.
-    for ((each = 1; each < COMP_CWORD; ++each)); do
-        case ${COMP_WORDS[each]} in
-        --startdate | --starttime | --enddate | --endtime) ((++each)) ;;
+    for ((i = 1; i < COMP_CWORD; ++i)); do
+        case ${COMP_WORDS[i]} in
+        --startdate | --starttime | --enddate | --endtime) ((++i)) ;;
         -*) ;;
-        *) path=${COMP_WORDS[each]} ;;
+        *) path=${COMP_WORDS[i]} ;;
         esac
     done
     COMPREPLY=()
     [[ -z $path ]] || return
     compopt -o filenames
     mapfile -t candidates < <(compgen -f -- "$word")
-    for each in "${candidates[@]}"; do
-        if [[ $each != -* && ($each == *.LOG || -d $each) ]]; then
-            COMPREPLY+=("$each")
+    for candidate in "${candidates[@]}"; do
+        if [[ $candidate != -* && ($candidate == *.LOG || -d $candidate) ]]; then
+            COMPREPLY+=("$candidate")
         fi
     done
 }

@@ -3,19 +3,19 @@
 # Directories and logs; nothing if the line names one already.
 function __convertquorvlogs_paths
     set -l value 0
-    for each in (commandline -opc)[2..]
+    for word in (commandline -opc)[2..]
         if test $value = 1
             set value 0
-        else if contains -- $each --startdate --starttime --enddate --endtime
+        else if contains -- $word --startdate --starttime --enddate --endtime
             set value 1
-        else if not string match -q -- '-*' $each
+        else if not string match -q -- '-*' $word
             return
         end
     end
     # What fish itself would offer for an unknown command, without the descriptions.
-    for each in (complete -C "'' "(commandline -ct) | string replace -r '\t.*' '')
-        if string match -qr -- '^[^-].*(/|\.LOG)$' $each
-            echo $each
+    for path in (complete -C "'' "(commandline -ct) | string replace -r '\t.*' '')
+        if string match -qr -- '^[^-].*(/|\.LOG)$' $path
+            echo $path
         end
     end
 end

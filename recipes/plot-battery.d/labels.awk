@@ -1,5 +1,5 @@
 # Chooses which bands of faults have their names beside them: those that the next band of their row
-# leaves room for. Adds the side as an eighth column: "left" for text that begins behind the band,
+# leaves room for. Adds the side as an eighth column: "left" for text that begins after the band,
 # "right" for text that ends in front of it, where the page would cut it off. width is that of the panel.
 BEGIN { FS = OFS = "\t" }
 $6 == "fault" {

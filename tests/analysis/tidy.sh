@@ -11,7 +11,7 @@ trap 'rm -rf "$scratch"' EXIT
 # A file that belongs to several targets is looked at once.
 python3 - "$2/compile_commands.json" "$scratch" <<'END'
 import json, sys
-commands = {each["file"]: each for each in json.load(open(sys.argv[1]))}
+commands = {command["file"]: command for command in json.load(open(sys.argv[1]))}
 json.dump(list(commands.values()), open(sys.argv[2] + "/compile_commands.json", "w"))
 print("\n".join(sorted(commands)), file=open(sys.argv[2] + "/files", "w"))
 END

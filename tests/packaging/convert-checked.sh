@@ -7,7 +7,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/bin"
 
-# Each case runs the recipe with a tool of its own: the commands that stand behind the run of the
+# Each case runs the recipe with a tool of its own: the commands that stand after the run of the
 # real one, if any, do to the outputs what a failing disk does.
 expect() {
     wanted=$1 logs=$2 damage=$3

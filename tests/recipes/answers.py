@@ -32,20 +32,20 @@ def weakest_cell(directory):
     measurements = logContents.measurements(SAMPLES)
     for module, (name, cell, unit, mean, count) in zip((1, 2), answers, strict=True):
         loaded = [
-            each
-            for each in measurements
-            if each["module"] == module and each["current (A)"] < -50
+            sample
+            for sample in measurements
+            if sample["module"] == module and sample["current (A)"] < -50
         ]
-        means = {cell: sum(each[cell] for each in loaded) / len(loaded) for cell in CELLS}
+        means = {cell: sum(sample[cell] for sample in loaded) / len(loaded) for cell in CELLS}
         assert int(name) == module and int(count) == len(loaded), printed
         assert f"{cell} {unit}" == min(means, key=means.get), (printed, means)
         assert abs(float(mean) - min(means.values())) < 1e-6, (printed, means)
 
     # The names of wide.csv are those of the data package.
     with open(PACKAGE, encoding="utf-8") as file:
-        wide = next(each for each in json.load(file)["resources"] if each["name"] == "wide")
+        resources = {resource["name"]: resource for resource in json.load(file)["resources"]}
     names = output("mlr", "--icsv", "--ojson", "head", "-n", "1", directory / "wide.csv")
-    assert list(json.loads(names)[0]) == [field["name"] for field in wide["schema"]["fields"]]
+    assert list(json.loads(names)[0]) == [field["name"] for field in resources["wide"]["schema"]["fields"]]
 
 
 def coldest_charge(directory):
@@ -94,7 +94,7 @@ def to_sqlite(directory):
         return output("sqlite3", database, query).split()
 
     measurements = logContents.measurements(SAMPLES)
-    coldest = min(each["cellTemperature[0] (C)"] for each in measurements)
+    coldest = min(sample["cellTemperature[0] (C)"] for sample in measurements)
     answer = ask('SELECT count(*), min("cellTemperature[0] (C)") FROM "dynamic-info"')
     assert answer == [f"{len(measurements)}|{coldest:g}"], answer
     types = ask('SELECT DISTINCT typeof("current (A)"), typeof(module) FROM "dynamic-info"')

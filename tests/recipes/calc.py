@@ -67,10 +67,10 @@ with tempfile.TemporaryDirectory() as temporary:
             for value in row[1:43] + row[44:50]:
                 assert value is None or isinstance(value, float), value
             first.setdefault(row[0], row)
-        for each in measurements:
-            row, module = first[each["Datestamp"]], int(each["module"])
+        for sample in measurements:
+            row, module = first[sample["Datestamp"]], int(sample["module"])
             for position, name in (2, "packVoltage (V)"), (3, "current (A)"):
-                assert row[position + 16 * (module - 1)] == each[name], (row, each)
+                assert row[position + 16 * (module - 1)] == sample[name], (row, sample)
         print(f"{locale}: {len(cells)} rows, {len(header)} columns")
 
     # What a log can put into a cell is not evaluated.

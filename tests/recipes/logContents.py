@@ -34,8 +34,8 @@ def measurements(directory):
 
 def coldest_while_charging(directory):
     """Coldest cells at a current above 10 A, which only the charger and the brakes give."""
-    charging = [each for each in measurements(directory) if each["current (A)"] > 10]
-    return min(charging, key=lambda each: each["cellTemperature[0] (C)"])
+    charging = [sample for sample in measurements(directory) if sample["current (A)"] > 10]
+    return min(charging, key=lambda sample: sample["cellTemperature[0] (C)"])
 
 
 def convert(tool, samples, directory):
