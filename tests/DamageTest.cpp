@@ -7,6 +7,7 @@
 #include "DataRecord.h"
 #include "LogBuilder.h"
 #include "ProgramRun.h"
+#include "RecordCatalogue.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -325,8 +326,8 @@ DynamicInfo sample() {
 /// Every record type, with DLE and ETX bytes where they matter: next to each other, in front of the
 /// end of a frame, and at the beginning of one.
 LogBuilder allTypes() {
-    return LogBuilder()
-        .staticInfo(plainTime, module())
+    LogBuilder log;
+    log.staticInfo(plainTime, module())
         .dynamicInfo(plainTime, sample(), false)
         .fault(timeOfEtxes, 1, 0x0310)
         .shock(timeOfDles, 16, 3, 16)
@@ -344,7 +345,9 @@ LogBuilder allTypes() {
         .staticInfo(timeOfDles, 16, module())
         .dynamicInfo(plainTime, 3, sample())
         .advancedSoc(plainTime, 16, 16, 3, 98.5F, 80)
-        .record(99, plainTime, "unknown\x10");
+        .record(200, plainTime, "unknown\x10");
+    appendMissingTypes(log, plainTime);
+    return log;
 }
 
 TEST(Damage, reachesExactlyAsFarAsDocumentedInALogOfAllTypes) {

@@ -146,9 +146,9 @@ TEST_F(DataFileTest, framesWithoutDataBytesAreKept) {
 
 TEST_F(DataFileTest, unknownTypesAreKept) {
     const DataFile file(fileWith(
-        LogBuilder().record(0, when, "").record(16, when, "").record(255, when, "").bytes()));
+        LogBuilder().record(0, when, "").record(200, when, "").record(255, when, "").bytes()));
     EXPECT_THAT(linesOf(file),
-                ElementsAre(whenText + "00 " + whenDump + "\n", whenText + "10 " + whenDump + "\n",
+                ElementsAre(whenText + "00 " + whenDump + "\n", whenText + "c8 " + whenDump + "\n",
                             whenText + "ff " + whenDump + "\n", noStampText + "ff \n"));
 }
 

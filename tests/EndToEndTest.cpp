@@ -1,6 +1,8 @@
 #include "ExpectedCsv.h"
 #include "LogBuilder.h"
 #include "ProgramRun.h"
+#include "RecordCatalogue.h"
+#include "RecordReading.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -514,13 +516,15 @@ const std::string sampleFields =
 const StaticInfo module2 = {321, 4660, 7, 7, "Module 2", "2.6 beta", 1, 1000, 2'500'000};
 const std::string module2Fields = ",2,321,4660,7,7,Module 2,2.6 beta,1,1000,2.5e+06";
 
-/// A log with a record of each type and some of the unknown types.
-const LogBuilder everyType = //
+/// A log of records whose outputs are worked out below.
+const LogBuilder workedOut = //
     LogBuilder()
         .staticInfo(at(1), {12345, 4660, 6, 7, "Module 1", "2.5", 1, 1000, 0.5F})
         .staticInfo(at(2), 2, module2)
         .dynamicInfo(at(3), sample)
-        .dynamicInfo(at(4), 2, {25000, 500, 100, 0, 0x1000, std::vector<unsigned>(7, 3250), 2732})
+        .dynamicInfo(
+            at(4), 2,
+            {25000, 500, 100, 0, 0x1000, std::vector<unsigned>(cellsPerModule, 3250), 2732})
         .fault(at(5), 4, 5)
         .shock(at(6), -1, -128, 127)
         .message(at(7), "systemState=+ST_RUN")
@@ -532,9 +536,26 @@ const LogBuilder everyType = //
         .warranty(at(13), 1)
         .ambientTemperature(at(14), 288, 300, 294)
         .humidity(at(15), 5000, 0, 10000, 2550)
-        .record(32, at(16), "\x0A\xFF") // 28816000 ms are 0x01B7B280
+        .record(200, at(16), "\x0A\xFF") // 28816000 ms are 0x01B7B280
         .dynamicInfo(at(17), sample, false)
         .message(at(18), "hud_multifunc=+1");
+
+/// The same, and an example of each type that it lacks.
+const LogBuilder everyType = [] {
+    LogBuilder log = workedOut;
+    appendMissingTypes(log, at(19));
+    return log;
+}();
+
+/// The detail rows of these examples. What their fields must be is said in RecordTypesTest.
+std::string detailOfExamples() {
+    std::string text;
+    for (size_t number = workedOut.frames().size(); number < everyType.frames().size(); ++number) {
+        const auto record = readRecord(everyType.bytes().substr(everyType.frames()[number].begin));
+        text += "Datestamp," + recordType(record->recordType()).header + "\n" + lineOf(*record);
+    }
+    return text;
+}
 
 /// Its detail rows, from the layouts of the records. Ambient temperatures are read while they are
 /// written, so the second file has those that follow the six bytes: none.
@@ -562,9 +583,9 @@ std::string everyTypeDetail(const std::string& ambientTemperature) {
            ambientTemperature + "\n" +                                           //
            "Datestamp,RH (%),Low RH (%),High RH (%),Ave RH (%)\n" + textOf(15) + //
            ",50,0,100,25.5\n" +                                                  //
-           unknownHeader + textOf(16) + "20 01 b7 b2 80 32 2d 0a ff \n" +        //
+           unknownHeader + textOf(16) + "c8 01 b7 b2 80 32 2d 0a ff \n" +        //
            dynamicInfoHeader + textOf(17) + ",1" + sampleFields + "\n" +         //
-           messageHeader + textOf(18) + ",hud_multifunc=+1,\n";
+           messageHeader + textOf(18) + ",hud_multifunc=+1,\n" + detailOfExamples();
 }
 
 /// The outputs of a run over the directory "logs" that holds this log alone, named A.LOG.
@@ -644,7 +665,9 @@ std::string withModule2(const Payload& payload) {
 const std::string plainSample = dynamicInfoPayload(sample, true).bytes;
 const Payload counters = advancedSocPayload(10, 20, 0.25F, 1);
 
-const FurtherOutput furtherOutputs[] = {
+/// Those of the types that put something into another file than the detail files or change the
+/// combined state, and some that don't.
+const std::vector<FurtherOutput> furtherOutputs = {
     {0, "x", "", "", false, false, {}},
     {1, staticInfoPayload(module2).bytes, "", "", false, false,
      wideWith(&WideRow::firmware, ",,2.6")},
@@ -667,12 +690,23 @@ const FurtherOutput furtherOutputs[] = {
      wideWith(&WideRow::dynamicInfo2, ",2" + sampleFields)},
     {15, withModule2(counters), "", ",2,10,20,0.25,1", false, true,
      wideWith(&WideRow::soc2, ",2,10,20,0.25,1")},
-    {16, "x", "", "", false, false, {}},
+    {200, "x", "", "", false, false, {}},
     {255, "x", "", "", false, false, {}},
 };
 
 void PrintTo(const FurtherOutput& output, std::ostream* os) {
     *os << "type" << output.type;
+}
+
+/// The above, and without any the types that they lack.
+std::vector<FurtherOutput> furtherOutputsOfAllTypes() {
+    std::vector<FurtherOutput> all = furtherOutputs;
+    for (const RecordType& type : recordTypes()) {
+        if (std::ranges::count(furtherOutputs, type.code, &FurtherOutput::type) == 0) {
+            all.push_back({type.code, type.payload, "", "", false, false, {}});
+        }
+    }
+    return all;
 }
 
 class FurtherOutputTest : public EndToEndTest, public testing::WithParamInterface<FurtherOutput> {};
@@ -707,7 +741,7 @@ TEST_P(FurtherOutputTest, isThatOfTheRecordType) {
                      {"synopsis.csv", synopsisHeader}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, FurtherOutputTest, testing::ValuesIn(furtherOutputs),
+INSTANTIATE_TEST_SUITE_P(Every, FurtherOutputTest, testing::ValuesIn(furtherOutputsOfAllTypes()),
                          testing::PrintToStringParamName());
 
 // -------------------------------------------------------------------------------------------------
@@ -730,14 +764,14 @@ TEST_F(EndToEndTest, aLogThatBeginsWithType0HasNoHeaderThereAndNoDetailFileOfIts
     const std::vector<std::string> names =
         listLogs({messageLog(at(0), "a"), LogBuilder()
                                               .record(0, at(0), "x")
-                                              .record(77, at(0), "x")
+                                              .record(200, at(0), "x")
                                               .record(0, at(0), "y")
                                               .message(at(1), "b")
                                               .bytes()});
     runWell({"logs", "--detail"});
     const std::string first = messageHeader + textOf(0) + ",a,\n";
     const std::string unknown0 = textOf(0) + "00 01 b7 74 00 32 2d 78 \n";
-    const std::string second = unknownHeader + textOf(0) + "4d 01 b7 74 00 32 2d 78 \n" + //
+    const std::string second = unknownHeader + textOf(0) + "c8 01 b7 74 00 32 2d 78 \n" + //
                                unknownHeader + textOf(0) + "00 01 b7 74 00 32 2d 79 \n" + //
                                messageHeader + textOf(1) + ",b,\n";
     EXPECT_EQ(outputs(), (Files{{"logs/detail.csv", first + unknown0 + second},

@@ -7,6 +7,7 @@
 
 #include "LogBuilder.h"
 #include "ProgramRun.h"
+#include "RecordCatalogue.h"
 
 #include <algorithm>
 #include <csignal>
@@ -41,7 +42,7 @@ DynamicInfo someDynamicInfo() {
     info.deciAmperes = -123;
     info.soc = 80;
     info.dsoc = 81;
-    info.cellMillivolts = std::vector<unsigned>(7, 3600);
+    info.cellMillivolts = std::vector<unsigned>(cellsPerModule, 3600);
     info.deciKelvin = 2982;
     return info;
 }
@@ -62,7 +63,7 @@ std::string mixedLog() {
     log.measuredCurrent(second(10), -5);
     log.powerMode(second(11), 1);
     log.humidity(second(12), 4000, 3000, 5000, 4500);
-    log.record(99, second(13), "?");
+    appendMissingTypes(log, second(13));
     log.dynamicInfo(second(14), someDynamicInfo());
     return log.bytes();
 }

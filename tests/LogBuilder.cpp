@@ -1,6 +1,7 @@
 #include "LogBuilder.h"
 
 #include <bit>
+#include <stdexcept>
 
 namespace {
 
@@ -50,6 +51,9 @@ Stamp stamp(unsigned year, unsigned month, unsigned day, unsigned hour, unsigned
 }
 
 Payload dynamicInfoPayload(const DynamicInfo& info, bool longCurrent) {
+    if (info.cellMillivolts.size() != cellsPerModule) {
+        throw std::invalid_argument("a sample without the voltages of all cells");
+    }
     Payload payload;
     payload.u16(0).u16(info.millivolts);
     if (longCurrent) {

@@ -32,6 +32,9 @@ struct Stamp {
 Stamp stamp(unsigned year, unsigned month, unsigned day, unsigned hour = 0, unsigned minute = 0,
             unsigned second = 0, unsigned millisecond = 0);
 
+/// Cells in series. All that makes logs or knows their layout takes the number from here.
+constexpr size_t cellsPerModule = 7;
+
 /// What a dynamic info record holds, in the units of the log.
 struct DynamicInfo {
     unsigned millivolts = 0;
@@ -39,7 +42,7 @@ struct DynamicInfo {
     unsigned soc = 0;
     unsigned dsoc = 0;
     unsigned status = 0;
-    std::vector<unsigned> cellMillivolts = std::vector<unsigned>(7, 0);
+    std::vector<unsigned> cellMillivolts = std::vector<unsigned>(cellsPerModule, 0);
     unsigned deciKelvin = 0;
 };
 

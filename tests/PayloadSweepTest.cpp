@@ -4,11 +4,14 @@
 
 #include "DataRecord.h"
 #include "LogBuilder.h"
+#include "RecordCatalogue.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -38,7 +41,7 @@ enum class Kind {
     int32,
     float32,
     bit,       // of a uint16
-    imbalance, // of seven cells, a uint16 each
+    imbalance, // of the cells, a uint16 each
     // Texts.
     terminatedText, // up to a zero byte
     rest,
@@ -61,8 +64,8 @@ using Row = std::vector<Field>;
 
 Row shifted(const Field& first, const Row& plain) {
     Row row = {first};
-    for (size_t each = 1; each < plain.size(); ++each) {
-        row.push_back(plain[each]);
+    for (size_t number = 1; number < plain.size(); ++number) {
+        row.push_back(plain[number]);
         row.back().offset += 1;
     }
     return row;
@@ -86,7 +89,9 @@ const Row staticInfo = {
 
 /// The current takes two bytes in a record of 35 bytes in all and four in any other.
 Row dynamicInfo(size_t recordLength) {
-    const size_t w = recordLength == 35 ? 2 : 4;
+    constexpr size_t shortRecord = bytesInFrontOfPayload + 14 + 2 * cellsPerModule;
+    static_assert(shortRecord == 35);
+    const size_t w = recordLength == shortRecord ? 2 : 4;
     Row row = {
         moduleOne,                                   // module
         {Kind::uint16, 2, 1000},                     // packVoltage, mV
@@ -94,13 +99,14 @@ Row dynamicInfo(size_t recordLength) {
         {Kind::uint16, 4 + w},                       // soc
         {Kind::uint16, 6 + w},                       // dsoc
     };
-    for (size_t cell = 0; cell < 7; ++cell) {
+    for (size_t cell = 0; cell < cellsPerModule; ++cell) {
         row.push_back({Kind::uint16, 10 + w + 2 * cell, 1000}); // cellRow, mV
     }
-    row.push_back({Kind::imbalance, 10 + w});          // imbalance of the cells
-    row.push_back({Kind::uint16, 24 + w, 10, 273.15}); // cellTemperature, 0.1 K
-    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 10}); // heat
-    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 13}); // balance
+    const size_t behindCells = 10 + w + 2 * cellsPerModule;
+    row.push_back({Kind::imbalance, 10 + w});               // imbalance of the cells
+    row.push_back({Kind::uint16, behindCells, 10, 273.15}); // cellTemperature, 0.1 K
+    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 10});      // heat
+    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 13});      // balance
     return row;
 }
 
@@ -112,44 +118,36 @@ const Row advancedSoc = {
     {Kind::float32, 12}, // state of charge, under "soh"
 };
 
+using Layout = std::function<Row(size_t recordLength)>;
+
+Layout always(const Row& row) {
+    return [row](size_t /*recordLength*/) { return row; };
+}
+
+const std::map<unsigned, Layout> layouts = {
+    {1, always(staticInfo)},
+    {2, dynamicInfo},
+    {3, always({{Kind::uint8, 2}, {Kind::uint16, 6}, {Kind::faultNames}})},
+    {4, always({{Kind::int8, 0}, {Kind::int8, 1}, {Kind::int8, 2}})},
+    {5, always({{Kind::rest, 0}, {Kind::systemState}})},
+    {6, always({{Kind::terminatedText, 0}})},
+    {7, always(advancedSoc)},
+    {8, always({{Kind::int32, 0}})},
+    {9, always({{Kind::powerMode}})},
+    {10, always({{Kind::commissioningState}})},
+    {11, always({{Kind::uint16, 0}, {Kind::uint16, 2}, {Kind::uint16, 4}})},
+    {12, always({{Kind::uint16, 0, 100},
+                 {Kind::uint16, 2, 100},
+                 {Kind::uint16, 4, 100},
+                 {Kind::uint16, 6, 100}})},
+    {13, always(shifted(moduleAddress, staticInfo))},
+    {14, [](size_t recordLength) { return shifted(moduleAddress, dynamicInfo(recordLength)); }},
+    {15, always(shifted(moduleAddress, advancedSoc))},
+};
+
 Row rowOfType(unsigned type, size_t recordLength) {
-    switch (type) {
-    case 1:
-        return staticInfo;
-    case 2:
-        return dynamicInfo(recordLength);
-    case 3:
-        return {{Kind::uint8, 2}, {Kind::uint16, 6}, {Kind::faultNames}};
-    case 4:
-        return {{Kind::int8, 0}, {Kind::int8, 1}, {Kind::int8, 2}};
-    case 5:
-        return {{Kind::rest, 0}, {Kind::systemState}};
-    case 6:
-        return {{Kind::terminatedText, 0}};
-    case 7:
-        return advancedSoc;
-    case 8:
-        return {{Kind::int32, 0}};
-    case 9:
-        return {{Kind::powerMode}};
-    case 10:
-        return {{Kind::commissioningState}};
-    case 11:
-        return {{Kind::uint16, 0}, {Kind::uint16, 2}, {Kind::uint16, 4}};
-    case 12:
-        return {{Kind::uint16, 0, 100},
-                {Kind::uint16, 2, 100},
-                {Kind::uint16, 4, 100},
-                {Kind::uint16, 6, 100}};
-    case 13:
-        return shifted(moduleAddress, staticInfo);
-    case 14:
-        return shifted(moduleAddress, dynamicInfo(recordLength));
-    case 15:
-        return shifted(moduleAddress, advancedSoc);
-    default:
-        return {{Kind::dump}};
-    }
+    const auto layout = layouts.find(type);
+    return layout == layouts.end() ? Row{{Kind::dump}} : layout->second(recordLength);
 }
 
 /// A category's names, by bit.
@@ -329,7 +327,7 @@ private:
 
     std::string imbalance(size_t offset) const {
         std::vector<float> volts;
-        for (size_t cell = 0; cell < 7; ++cell) {
+        for (size_t cell = 0; cell < cellsPerModule; ++cell) {
             volts.push_back(static_cast<float>(numberAt(offset + 2 * cell, 2) / 1000.0));
         }
         std::sort(volts.begin(), volts.end());
@@ -375,6 +373,24 @@ void sweep(unsigned type, const std::string& payload) {
     }
 }
 
+class Layouts : public testing::TestWithParam<unsigned> {};
+
+TEST_P(Layouts, giveTheRowOfTheExample) {
+    sweep(GetParam(), recordType(GetParam()).payload);
+}
+
+std::vector<unsigned> codesOfLayouts() {
+    std::vector<unsigned> codes;
+    for (const auto& [code, layout] : layouts) {
+        codes.push_back(code);
+    }
+    return codes;
+}
+
+// The test of the catalogue looks for a type's layout by the names that the tests get here.
+INSTANTIATE_TEST_SUITE_P(Types, Layouts, testing::ValuesIn(codesOfLayouts()),
+                         [](const auto& test) { return "type" + std::to_string(test.param); });
+
 TEST(PayloadSweep, zeros) {
     for (unsigned type = 0; type < 256; ++type) {
         sweep(type, std::string(longestPayload, '\0'));
@@ -402,13 +418,13 @@ TEST(PayloadSweep, randomBytes) {
 TEST(PayloadSweep, powersOfTwoAndSmallNumbers) {
     std::mt19937 random(1);
     for (unsigned round = 0; round < 16; ++round) {
-        for (unsigned type = 0; type <= 16; ++type) {
+        for (const RecordType& type : recordTypes()) {
             std::string payload;
             while (payload.size() < longestPayload) {
                 const auto number = static_cast<unsigned>(random() % 64);
                 payload += static_cast<char>(random() % 2 == 0 ? 1U << (number % 8) : number);
             }
-            sweep(type, payload);
+            sweep(type.code, payload);
         }
     }
 }

@@ -9,6 +9,9 @@
 #include <string>
 #include <string_view>
 
+static_assert(cellsPerModule == DataRecord::seriesCells,
+              "the tests' number of cells stands in LogBuilder.h");
+
 /// The bytes that a text spells in hexadecimal, two digits each; blanks are passed over.
 inline std::string bytesOf(std::string_view hexadecimal) {
     std::string bytes;
@@ -23,6 +26,15 @@ inline std::string bytesOf(std::string_view hexadecimal) {
         }
     }
     return bytes;
+}
+
+/// A frame around data bytes.
+inline std::string framed(std::string_view bytes) {
+    std::string frame;
+    for (const char byte : bytes) {
+        frame += byte == 0x10 ? std::string(2, byte) : std::string(1, byte);
+    }
+    return frame + bytesOf("10 03");
 }
 
 /// The first record of a log, interpreted as the log file reader does it.
