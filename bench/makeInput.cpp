@@ -9,6 +9,7 @@
 // of the one before it.
 
 #include "LogBuilder.h"
+#include "RecordCatalogue.h"
 
 #include <array>
 #include <cstdint>
@@ -19,10 +20,12 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
 constexpr unsigned numberOfLogs = 8;
+constexpr unsigned lastOfBattery = 15; // the types up to this one have values that move
 constexpr uint64_t millisecondsPerDay = 24ULL * 60 * 60 * 1000;
 constexpr uint64_t period = (3 * 365 - 1) * millisecondsPerDay;
 
@@ -206,11 +209,22 @@ void appendAlternating(LogBuilder& log, Battery& battery, uint64_t count, Stamp 
                                                &Battery::warranty,
                                                &Battery::ambientTemperature,
                                                &Battery::humidity};
-    const size_t index = (count - 1) % all.size();
+    // Examples of the types that the battery makes no records of.
+    static const std::vector<RecordType> others = [] {
+        std::vector<RecordType> types = recordTypes();
+        std::erase_if(types, [](const RecordType& type) { return type.code <= lastOfBattery; });
+        return types;
+    }();
+    const size_t index = (count - 1) % (all.size() + others.size());
     if (index == 0) {
         battery.changeFirmware();
     }
-    (battery.*all.at(index))(log, when);
+    if (index < all.size()) {
+        (battery.*all.at(index))(log, when);
+    } else {
+        const RecordType& type = others[index - all.size()];
+        log.record(type.code, when, type.payload);
+    }
 }
 
 int fail(const std::string& text) {

@@ -1,7 +1,11 @@
-// Makes the seed corpora: makeSeeds DIRECTORY writes DIRECTORY/records and DIRECTORY/run.
+// Makes the seed corpora: makeSeeds DIRECTORY writes DIRECTORY/records and DIRECTORY/run, and the
+// type codes for the fuzzers' dictionaries, DIRECTORY/types.dict.
 
 #include "LogBuilder.h"
+#include "RecordCatalogue.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -43,9 +47,13 @@ StaticInfo module() {
     return info;
 }
 
-/// One log per record type, each with the values that its decoder tells apart.
+/// For each record type a log of its example, and logs with the values that decoders tell apart.
 Seeds logsByType() {
     Seeds seeds;
+    for (const RecordType& type : recordTypes()) {
+        const std::string name = "type" + std::to_string(type.code) + "." + type.name;
+        seeds[name] = LogBuilder().record(type.code, morning, type.payload).bytes();
+    }
     seeds["staticInfo"] =
         LogBuilder().staticInfo(morning, module()).staticInfo(noon, 2, module()).bytes();
     seeds["dynamicInfo"] = LogBuilder()
@@ -62,7 +70,6 @@ Seeds logsByType() {
         faults.fault(morning, category, 0xFFFF);
     }
     seeds["fault"] = faults.bytes();
-    seeds["shock"] = LogBuilder().shock(morning, -1, -128, 127).bytes();
     LogBuilder messages;
     for (const char* text :
          {"systemState=+5", "systemState=+ST_RUN", "systemState=+ST_CHARGE",
@@ -71,8 +78,6 @@ Seeds logsByType() {
         messages.message(noon, text);
     }
     seeds["message"] = messages.bytes();
-    seeds["firmwareVersion"] = LogBuilder().firmwareVersion(morning, "BMC FW 4.5.6").bytes();
-    seeds["measuredCurrent"] = LogBuilder().measuredCurrent(morning, -1600).bytes();
     LogBuilder modes;
     for (const unsigned mode : {17U, 34U, 51U, 255U}) {
         modes.powerMode(morning, mode);
@@ -83,9 +88,10 @@ Seeds logsByType() {
         events.warranty(morning, state);
     }
     seeds["warranty"] = events.bytes();
-    seeds["ambientTemperature"] = LogBuilder().ambientTemperature(morning, 280, 300, 290).bytes();
-    seeds["humidity"] = LogBuilder().humidity(morning, 5000, 0, 10000, 2550).bytes();
-    seeds["unknown"] = LogBuilder().record(0, morning, "ab").record(99, noon, "\x10\x03").bytes();
+    seeds["unknown"] = LogBuilder()
+                           .record(0, morning, "ab")
+                           .record(unknownType().code, noon, unknownType().payload)
+                           .bytes();
     return seeds;
 }
 
@@ -155,6 +161,23 @@ Seeds runSeeds() {
     return seeds;
 }
 
+/// Each type code behind the end of a frame, the one that is a DLE escaped.
+std::string dictionaryOfTypes() {
+    std::string dictionary;
+    const auto add = [&dictionary](unsigned code) {
+        char text[8];
+        std::snprintf(text, sizeof text, "\\x%02x", code);
+        dictionary += "\"\\x10\\x03";
+        dictionary += code == 0x10 ? "\\x10" : "";
+        dictionary += text;
+        dictionary += "\"\n";
+    };
+    add(0);
+    std::ranges::for_each(recordTypes(), add, &RecordType::code);
+    add(unknownType().code);
+    return dictionary;
+}
+
 void write(const std::filesystem::path& directory, const Seeds& seeds) {
     std::filesystem::create_directories(directory);
     for (const auto& [name, bytes] : seeds) {
@@ -172,5 +195,6 @@ int main(int argumentCount, char** arguments) {
     const std::filesystem::path directory = arguments[1];
     write(directory / "records", recordSeeds());
     write(directory / "run", runSeeds());
+    std::ofstream(directory / "types.dict") << dictionaryOfTypes();
     return 0;
 }
