@@ -16,6 +16,7 @@ import subprocess
 import sys
 import tempfile
 
+import recordTypes
 import referenceConverter
 
 
@@ -107,10 +108,7 @@ def all_but_logs(names):
 
 # --- Random logs --------------------------------------------------------------------------------
 
-LENGTHS = {
-    **{1: 179, 2: 30, 3: 8, 4: 3, 6: 24, 7: 16, 8: 4, 9: 1, 10: 1, 11: 6, 12: 8},
-    **{13: 180, 14: 31, 15: 17},
-}
+CODES = [0, *recordTypes.BY_CODE, 255]
 DAYS = [0, 365, 366, 11688, 11689, 12845, 13939, 13940, 13941, 14000, 42367, 42368, 65535]
 PREFIXES = [
     b"systemState=+",
@@ -127,13 +125,14 @@ TAILS = [
 
 
 def random_record(chance):
-    kind = chance.choice([*range(18), 3, 3, 5, 5, 5, 5, 14, 14, 255])
+    kind = chance.choice([*CODES, 3, 3, 5, 5, 5, 5, 14, 14])
     if kind == 5:
         payload = chance.choice([*PREFIXES, b"", b"sbx_sense="]) + chance.choice(TAILS)
         if chance.random() < 0.1:
             payload = b"systemState=+1"  # a restart
     else:
-        payload = chance.randbytes(LENGTHS.get(kind, 12))
+        example = recordTypes.BY_CODE.get(kind, recordTypes.UNKNOWN)
+        payload = chance.randbytes(len(example.payload))
         if chance.random() < 0.5:
             payload = bytes(byte if chance.random() < 0.5 else 0 for byte in payload)
         if kind == 2 and chance.random() < 0.5:

@@ -3,7 +3,8 @@
 
 It shares no code with the tool, so that a mistake has to be made twice to go unnoticed. The tests
 compare the two on the samples and on random and damaged logs, and the golden files that the tool's
-output is compared with are written by this converter.
+output is compared with are written by this converter. What the columns are called stands in the
+catalogue of record types; how payloads are laid out stands here.
 
 Usage: referenceConverter.py [<log file> | <directory>] [<options>], as the tool's.
 """
@@ -11,6 +12,8 @@ Usage: referenceConverter.py [<log file> | <directory>] [<options>], as the tool
 import os
 import struct
 import sys
+
+import recordTypes
 
 DLE = 0x10
 ETX = 0x03
@@ -175,14 +178,17 @@ def static_info(record, module):
     ]
 
 
+SHORT_DYNAMIC_INFO = 21 + 2 * recordTypes.CELLS  # its current has 16 bits
+
+
 def dynamic_info(record, module):
     record.skip(2)
     pack_voltage = single(record.unsigned(2) / 1000)
-    current = single(record.signed(2 if len(record.data) == 35 else 4) / 10)
+    current = single(record.signed(2 if len(record.data) == SHORT_DYNAMIC_INFO else 4) / 10)
     soc = record.unsigned(2)
     dsoc = record.unsigned(2)
     status = record.unsigned(2)
-    cells = [single(record.unsigned(2) / 1000) for _ in range(7)]
+    cells = [single(record.unsigned(2) / 1000) for _ in range(recordTypes.CELLS)]
     temperature = single(record.unsigned(2) / 10 - 273.15)
     return (
         [number(module), float_text(pack_voltage), float_text(current), number(soc), number(dsoc)]
@@ -325,47 +331,8 @@ def humidity(record):
     return [float_text(single(record.unsigned(2) / 100)) for _ in range(4)]
 
 
-STATIC_INFO_COLUMNS = [
-    b"module",
-    b"cycleCount",
-    b"manufactureDate",
-    b"serialNumber",
-    b"seriesCells",
-    b"deviceName",
-    b"firmwareVersion",
-    b"tempSensors",
-    b"cumulativeCharge (amp-seconds)",
-    b"cumulativeDischarge (amp-seconds)",
-]
-DYNAMIC_INFO_COLUMNS = (
-    [b"module", b"packVoltage (V)", b"current (A)", b"soc (%)", b"dsoc (%)"]
-    + [b"cellRow[%d] (V)" % cell for cell in range(1, 8)]
-    + [b"imbalance", b"cellTemperature[0] (C)", b"heat", b"balance"]
-)
-ADVANCED_SOC_COLUMNS = [
-    b"module",
-    b"totalCharge (mAH)",
-    b"totalDischarge (mAH)",
-    b"dsoc",
-    b"soh",
-]
-POWER_MODE_COLUMNS = [b"power-mode"]
 COLUMNS = {
-    1: STATIC_INFO_COLUMNS,
-    2: DYNAMIC_INFO_COLUMNS,
-    3: [b"error_register", b"additional_information"],
-    4: [b"x (g)", b"y (g)", b"z (g)"],
-    5: [b"message"],
-    6: [b"Version"],
-    7: ADVANCED_SOC_COLUMNS,
-    8: [b"measuredCurrent (mA)"],
-    9: POWER_MODE_COLUMNS,
-    10: [b"warrantyEvent"],
-    11: [b"minimum (K)", b"maximum (K)", b"average (K)"],
-    12: [b"RH (%)", b"Low RH (%)", b"High RH (%)", b"Ave RH (%)"],
-    13: STATIC_INFO_COLUMNS,
-    14: DYNAMIC_INFO_COLUMNS,
-    15: ADVANCED_SOC_COLUMNS,
+    kind: [name.encode() for name in each.columns] for kind, each in recordTypes.BY_CODE.items()
 }
 WITHOUT_ADDRESS = {1: static_info, 2: dynamic_info, 7: advanced_soc}
 WITH_ADDRESS = {13: static_info, 14: dynamic_info, 15: advanced_soc}
@@ -399,7 +366,7 @@ def header_line(columns):
 
 
 def type_header_line(record):
-    return header_line(COLUMNS.get(record.type, [b"Unknown record type ..."]))
+    return header_line(COLUMNS.get(record.type, COLUMNS[recordTypes.UNKNOWN.code]))
 
 
 def fields_text(fields):
@@ -412,7 +379,7 @@ def row(record):
         text = record.event  # no comma
     elif record.type == 11:
         text = fields_text([number(record.unsigned(2)) for _ in range(3)])
-    elif record.type in COLUMNS:
+    elif hasattr(record, "fields"):
         text = fields_text(record.fields)
     else:
         text = b"".join(b"%02x " % byte for byte in record.data)
@@ -436,8 +403,8 @@ def signal(prefix, text):
 class Wide:
     def __init__(self):
         self.datestamp = b""
-        self.dynamic_info = {1: [b""] * 16, 2: [b""] * 16}
-        self.advanced_soc = {1: [b""] * 5, 2: [b""] * 5}
+        self.dynamic_info = {module: [b""] * len(COLUMNS[2]) for module in (1, 2)}
+        self.advanced_soc = {module: [b""] * len(COLUMNS[7]) for module in (1, 2)}
         self.power_mode = [b"normal"]
         self.faults = {}
         self.system_state = b""
@@ -490,9 +457,9 @@ class Wide:
     @staticmethod
     def header_line():
         return header_line(
-            DYNAMIC_INFO_COLUMNS * 2
-            + ADVANCED_SOC_COLUMNS * 2
-            + POWER_MODE_COLUMNS
+            COLUMNS[2] * 2
+            + COLUMNS[7] * 2
+            + COLUMNS[9]
             + [
                 b"General Faults",
                 b"Current Faults",
@@ -653,8 +620,8 @@ def convert(arguments):
         return run
     files = [LogFile(options.path + b"/" + name, run) for name in names]
     for name, wanted, header in (
-        (b"/dynamicInfo.csv", options.dynamic_info, header_line(DYNAMIC_INFO_COLUMNS)),
-        (b"/soc.csv", options.soc, header_line(ADVANCED_SOC_COLUMNS)),
+        (b"/dynamicInfo.csv", options.dynamic_info, header_line(COLUMNS[2])),
+        (b"/soc.csv", options.soc, header_line(COLUMNS[7])),
         (b"/wide.csv", options.wide, Wide.header_line()),
         (b"/detail.csv", options.detail, b""),
     ):

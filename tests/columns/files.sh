@@ -6,8 +6,8 @@ set -eu
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 "$2" -B "$1/script/columns" "$work"
-for file in columns.md columns.mdoc datapackage.json; do
-    cmp "$1/docs/$file" "$work/$file" || { echo "run script/columns"; exit 1; }
+for file in docs/columns.md docs/columns.mdoc docs/datapackage.json recipes/split-detail; do
+    cmp "$1/$file" "$work/${file#*/}" || { echo "run script/columns"; exit 1; }
 done
 "$2" -m json.tool "$1/docs/datapackage.json" /dev/null
 mandoc -Tlint -Wwarning "$3"

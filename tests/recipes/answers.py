@@ -13,11 +13,12 @@ import tempfile
 from pathlib import Path
 
 import logContents
+import recordTypes
 
 RECIPE, TOOL, SOURCE = sys.argv[1], *(Path(path).resolve() for path in sys.argv[2:4])
 RECIPES, PACKAGE = SOURCE / "recipes", SOURCE / "docs/datapackage.json"
 SAMPLES = SOURCE / "samples/two-module-truck"
-CELLS = [f"cellRow[{cell}] (V)" for cell in range(1, 8)]
+CELLS = [f"cellRow[{cell}] (V)" for cell in range(1, recordTypes.CELLS + 1)]
 
 
 def output(*command, **options):

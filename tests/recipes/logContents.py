@@ -11,13 +11,17 @@ import referenceConverter as reference
 
 def records(directory):
     """The records of the directory's logs that lie in the range without any option."""
+    logs = sorted(Path(directory).glob("*.LOG"))
+    return [record for log in logs for record in records_of(log)]
+
+
+def records_of(log):
     result = []
-    for log in sorted(Path(directory).glob("*.LOG")):
-        for data in reference.split_into_records(log.read_bytes()):
-            record = reference.Record(data)
-            reference.interpret(record)
-            if b"2016-01-01" <= record.datestamp <= b"2099-12-31":
-                result.append(record)
+    for data in reference.split_into_records(log.read_bytes()):
+        record = reference.Record(data)
+        reference.interpret(record)
+        if b"2016-01-01" <= record.datestamp <= b"2099-12-31":
+            result.append(record)
     return result
 
 
@@ -26,7 +30,7 @@ def measurements(directory):
     result = []
     for record in records(directory):
         if record.type in (2, 14):
-            names = [name.decode() for name in reference.DYNAMIC_INFO_COLUMNS]
+            names = [name.decode() for name in reference.COLUMNS[2]]
             values = dict(zip(names, map(float, record.fields)))
             result.append({**values, "Datestamp": record.datestamp.decode()})
     return result

@@ -13,14 +13,11 @@ import tempfile
 from pathlib import Path
 
 import logContents
+import recordTypes
 from logContents import reference
 
 TOOL, SOURCE = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
-KINDS = {
-    1: "static-info", 2: "dynamic-info", 3: "fault", 4: "shock", 5: "message", 6: "bmc-firmware",
-    7: "soc", 8: "measured-current", 9: "power-mode", 10: "warranty", 11: "ambient-temperature",
-    12: "humidity", 13: "static-info", 14: "dynamic-info", 15: "soc",
-}  # fmt: skip
+KINDS = {each.code: each.name for each in recordTypes.KNOWN}
 
 
 def fields(record):
@@ -86,7 +83,7 @@ HARD = [
     (5, b"carriage return\r\nand line feed\n"),
     (5, b"12 ab cd "),
     (0, b""),
-    (42, b"\x10\xff"),
+    (200, b"\x10\xff"),
     (10, b"\x00"),
     (10, b"\xc8"),
     (6, b"BMC, firmware, \"2.4.1\""),
@@ -95,6 +92,7 @@ HARD = [
     (13, b"\x02" + static_info(b"BMU, 7S, 210Ah", b"1.9.0")),
     (1, static_info(b"", b"")),
     (9, b"\x33"),
+    *((each.code, each.payload) for each in recordTypes.BY_CODE.values()),
 ]
 
 with tempfile.TemporaryDirectory() as temporary:
