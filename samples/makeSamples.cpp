@@ -2,7 +2,10 @@
 // tells their stories. Nothing here was measured: a simple model of a battery makes the numbers.
 //
 // Every run on every machine gives the same bytes: the model computes in integers, takes its chance
-// from a generator with a fixed seed, and rounds to floating point in single divisions only.
+// from generators with fixed seeds, and rounds to floating point in single divisions only.
+//
+// A record that is added to one log leaves the others as they are: each log has generators of its
+// own, and no record takes time or touches the generator that moves the battery.
 
 #include "LogBuilder.h"
 
@@ -21,7 +24,9 @@ namespace {
 /// Numbers that look random (xorshift32).
 class Chance {
 public:
-    explicit Chance(uint32_t seed) : state(seed) {}
+    /// Spreads the seed over all bits, since neighbouring states give neighbouring numbers. The
+    /// state must never be 0.
+    explicit Chance(uint32_t seed) : state(seed * 0x9E3779B9U | 1U) {}
 
     /// A number from the range, both ends included.
     int64_t between(int64_t low, int64_t high) {
@@ -68,12 +73,12 @@ struct Cell {
     }
 };
 
-/// A module of seven cells in series with one temperature sensor.
+/// A module of cells in series with one temperature sensor.
 struct Module {
     unsigned address = 1;
     unsigned serialNumber = 0;
     unsigned cycleCount = 0;
-    std::array<Cell, 7> cells;
+    std::array<Cell, cellsPerModule> cells;
     int64_t current = 0; // positive while charging
     int64_t temperature = freezing + 15 * degrees;
     int64_t charged = 0; // since the module was made
@@ -176,8 +181,8 @@ enum class Firmware {
 /// A truck whose controller writes a log from the moment it wakes up until it sleeps.
 class Truck {
 public:
-    Truck(Firmware runs, std::vector<Module> carries, uint32_t seed)
-        : firmware(runs), modules(std::move(carries)), chance(seed),
+    Truck(Firmware runs, std::vector<Module> carries)
+        : firmware(runs), modules(std::move(carries)),
           bmcFirmware(runs == Firmware::old ? "BMC firmware 1.3.2 2017-05-30"
                                             : "BMC firmware 2.4.1 2021-11-08") {}
 
@@ -195,13 +200,17 @@ public:
             milliseconds = until;
         }
         while (milliseconds < until) {
-            pass(std::min<int64_t>((until - milliseconds + 999) / 1000, 10 * minute));
+            pass(std::min<int64_t>((until - milliseconds) / 1000, 10 * minute));
         }
-        milliseconds = until;
     }
 
     /// Begins a new log, as waking up does.
     void wakeUp() {
+        const auto today = static_cast<uint32_t>(milliseconds / 1000 / day);
+        work = Chance(3 * today);
+        readings = Chance(3 * today + 1);
+        delays = Chance(3 * today + 2);
+        samples = 0;
         log = LogBuilder();
         reported.clear();
         state(initialising);
@@ -221,15 +230,15 @@ public:
         return log;
     }
 
-    /// Drives, lifts and stands for the given time. Work of 100 is that of a usual shift.
-    void drive(int64_t seconds, int64_t work = 100) {
+    /// Drives, lifts and stands for the given time. A load of 100 is that of a usual shift.
+    void drive(int64_t seconds, int64_t load = 100) {
         for (const int64_t end = milliseconds + seconds * 1000; milliseconds < end;) {
-            const int64_t kind = chance.between(0, 99);
-            const int64_t total = kind < 10   ? chance.between(5, 25) // braking
-                                  : kind < 30 ? -chance.between(2, 8) // standing
-                                  : kind < 75 ? -chance.between(40, 90) * work / 100
-                                  : kind < 95 ? -chance.between(90, 160) * work / 100
-                                              : -chance.between(180, 260) * work / 100;
+            const int64_t kind = work.between(0, 99);
+            const int64_t total = kind < 10   ? work.between(5, 25) // braking
+                                  : kind < 30 ? -work.between(2, 8) // standing
+                                  : kind < 75 ? -work.between(40, 90) * load / 100
+                                  : kind < 95 ? -work.between(90, 160) * load / 100
+                                              : -work.between(180, 260) * load / 100;
             share(total * amperes);
             faultIf(currentFaults, dischargeCurrentWarning, total < -250);
             sample(2 * minute);
@@ -241,7 +250,7 @@ public:
     /// Stands with the controller awake.
     void idle(int64_t seconds) {
         for (const int64_t end = milliseconds + seconds * 1000; milliseconds < end;) {
-            share(-chance.between(700, 900));
+            share(-work.between(700, 900));
             sample(15 * minute);
         }
         rest();
@@ -267,7 +276,7 @@ public:
             for (Module& module : modules) {
                 module.heating = module.heating && module.temperature < freezing + 10 * degrees;
                 module.current = module.acceptedCurrent(60 * amperes);
-                module.measure(chance);
+                module.measure(work);
                 module.balancing =
                     module.current < 20 * amperes && module.highest() - module.lowest() > 6;
                 done = done && module.current < 3 * amperes;
@@ -335,9 +344,10 @@ public:
 private:
     /// The time stamp of the next record, some milliseconds behind that of the last.
     Stamp now() {
-        milliseconds += chance.between(3, 24);
-        return {static_cast<uint16_t>(milliseconds / 1000 / day),
-                static_cast<uint32_t>(milliseconds % (day * 1000))};
+        writing += delays.between(3, 24);
+        const int64_t time = milliseconds + writing;
+        return {static_cast<uint16_t>(time / 1000 / day),
+                static_cast<uint32_t>(time % (day * 1000))};
     }
 
     /// Coldest at 6, warmest at 15 o'clock.
@@ -363,7 +373,7 @@ private:
     void share(int64_t total) {
         int64_t left = total;
         for (size_t each = 0; each + 1 < modules.size(); ++each) {
-            modules[each].current = total * chance.between(503, 511) / 1000;
+            modules[each].current = total * work.between(503, 511) / 1000;
             left -= modules[each].current;
         }
         modules.back().current = left;
@@ -382,6 +392,7 @@ private:
             module.pass(seconds, ambient());
         }
         milliseconds += seconds * 1000;
+        writing = 0;
     }
 
     /// Writes what is measured at intervals, reports what it changes, and lets the time pass.
@@ -391,7 +402,7 @@ private:
         int64_t lowestCell = fullCell;
         for (Module& module : modules) {
             module.current = module.current / 100 * 100; // what is logged is what flows
-            module.measure(chance);
+            module.measure(work);
             measured(module);
             total += module.current;
             soc = std::min(soc, module.soc());
@@ -401,7 +412,7 @@ private:
             for (const Module& module : modules) {
                 counters(module);
             }
-            const int64_t reading = total + chance.between(-400, 400); // from another sensor
+            const int64_t reading = total + readings.between(-400, 400); // from another sensor
             log.measuredCurrent(now(), static_cast<int32_t>(reading));
         }
         if (samples % 30 == 29) {
@@ -452,7 +463,7 @@ private:
         info.cycleCount = module.cycleCount;
         info.manufactureDate = 0x2A4B;
         info.serialNumber = module.serialNumber;
-        info.seriesCells = 7;
+        info.seriesCells = cellsPerModule;
         info.deviceName = "BMU 7S 210Ah";
         info.firmwareVersion = firmware == Firmware::old ? "1.2.7" : "1.9.0 release";
         info.temperatureSensors = 1;
@@ -471,17 +482,20 @@ private:
     void environment() {
         const auto kelvin = static_cast<unsigned>((ambient() + 500) / 1000);
         log.ambientTemperature(now(), kelvin - 2, kelvin + 3, kelvin);
-        const auto humidity = static_cast<unsigned>(chance.between(4200, 7600));
+        const auto humidity = static_cast<unsigned>(readings.between(4200, 7600));
         log.humidity(now(), humidity, humidity - 850, humidity + 625, humidity - 40);
     }
 
     Firmware firmware;
     std::vector<Module> modules;
-    Chance chance;
+    Chance work = Chance(0);     // moves the battery
+    Chance readings = Chance(0); // of what doesn't
+    Chance delays = Chance(0);   // between records that are written at once
     std::string bmcFirmware;
     LogBuilder log;
     std::map<unsigned, unsigned> reported; // active faults by category
     int64_t milliseconds = 0;              // since 1 January 1984
+    int64_t writing = 0;                   // milliseconds that records took since then
     int64_t lowest = freezing;
     int64_t highest = freezing;
     unsigned samples = 0;
@@ -522,7 +536,7 @@ void twoModuleTruck(const std::filesystem::path& directory) {
     std::vector<Module> modules = {newModule(1, 20871, 82, chance),
                                    newModule(2, 20872, 82, chance)};
     weaken(modules[1].cells[4]);
-    Truck truck(Firmware::current, modules, 1984);
+    Truck truck(Firmware::current, modules);
 
     truck.weather(6, 14);
     truck.park(2022, 2, 28, 6, 30);
@@ -561,9 +575,9 @@ void twoModuleTruck(const std::filesystem::path& directory) {
     truck.wakeUp();
     truck.state(running);
     truck.say("interlock=+1");
-    truck.drive(3 * hour, 125);
+    truck.drive(3 * hour, 130);
     truck.idle(30 * minute);
-    truck.drive(2 * hour, 115);
+    truck.drive(2 * hour, 125);
     truck.powerMode(17);
     truck.drive(20 * minute, 60);
     truck.powerMode(255);
@@ -627,7 +641,7 @@ void singleModuleTruck(const std::filesystem::path& directory) {
     Chance chance(20190311);
     std::vector<Module> modules = {newModule(1, 11402, 96, chance)};
     weaken(modules[0].cells[1]);
-    Truck truck(Firmware::old, modules, 24);
+    Truck truck(Firmware::old, modules);
 
     truck.weather(5, 13);
     truck.park(2019, 3, 11, 6, 0);
@@ -657,7 +671,7 @@ void singleModuleTruck(const std::filesystem::path& directory) {
 Truck wokenTruck(unsigned dayOfMonth) {
     Chance chance(20230500 + dayOfMonth);
     Truck truck(Firmware::current,
-                {newModule(1, 31001, 70, chance), newModule(2, 31002, 70, chance)}, dayOfMonth);
+                {newModule(1, 31001, 70, chance), newModule(2, 31002, 70, chance)});
     truck.weather(12, 22);
     truck.park(2023, 5, dayOfMonth, 8, 0);
     truck.wakeUp();
@@ -683,7 +697,7 @@ void damagedLogs(const std::filesystem::path& directory) {
     save(directory, "garbage.LOG", garbled.sleep());
 
     Truck strange = wokenTruck(11);
-    strange.record(42, Payload().u16(0x1003).u16(500).text("a newer controller's record"));
+    strange.record(200, Payload().u16(0x1003).u16(500).text("a newer controller's record"));
     strange.record(0, Payload().u8(1));
     strange.record(14, Payload().u8(1).u16(0).u16(25400)); // a sample without its end
     strange.say("BMU 2: reply late, repeated\nonce");
