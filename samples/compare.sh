@@ -7,5 +7,6 @@ made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT
 "$1" "$made"
 for directory in two-module-truck single-module-truck damaged; do
-    diff -r --exclude='*.csv' "$made/$directory" "$2/$directory"
+    diff -r --exclude='*.csv' "$made/$directory" "$2/$directory" ||
+        { echo "run script/generate"; exit 1; }
 done

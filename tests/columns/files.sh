@@ -7,7 +7,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 "$2" -B "$1/script/columns" "$work"
 for file in docs/columns.md docs/columns.mdoc docs/datapackage.json recipes/split-detail; do
-    cmp "$1/$file" "$work/${file#*/}" || { echo "run script/columns"; exit 1; }
+    cmp "$1/$file" "$work/${file#*/}" || { echo "run script/generate"; exit 1; }
 done
 "$2" -m json.tool "$1/docs/datapackage.json" /dev/null
 mandoc -Tlint -Wwarning "$3"
