@@ -59,7 +59,7 @@ public:
         info.cycleCount = modules[0].chargeMAH / 400'000;
         info.manufactureDate = 18'273;
         info.serialNumber = 4711 + turn;
-        info.seriesCells = 7;
+        info.seriesCells = cellsPerModule;
         info.deviceName = "Simulated BMU";
         info.firmwareVersion = "1.4.22 simulated";
         info.temperatureSensors = 1;

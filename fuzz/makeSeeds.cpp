@@ -38,7 +38,7 @@ StaticInfo module() {
     info.cycleCount = 16;
     info.manufactureDate = 4660;
     info.serialNumber = 22136;
-    info.seriesCells = 7;
+    info.seriesCells = cellsPerModule;
     info.deviceName = "BMU";
     info.firmwareVersion = "1.2.3 4";
     info.temperatureSensors = 1;
