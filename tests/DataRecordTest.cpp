@@ -1534,14 +1534,14 @@ TEST(UnknownRecord, hasOneColumn) {
 
 TEST(UnknownRecord, itsRowIsADumpOfAllItsBytesWithoutAComma) {
     // The three bytes 0AFF0000 of the time are 184,483,840 ms: 51 h 14 min 43 s and 840 ms.
-    const std::shared_ptr<DataRecord> record = decoded(bytesOf("20 0A FF"));
-    EXPECT_EQ(lineOf(*record), "1984-01-01 51:14:43.84020 0a ff \n");
-    EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "20 0a ff ");
+    const std::shared_ptr<DataRecord> record = decoded(bytesOf("C8 0A FF"));
+    EXPECT_EQ(lineOf(*record), "1984-01-01 51:14:43.840c8 0a ff \n");
+    EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "c8 0a ff ");
 }
 
 TEST(UnknownRecord, itsDumpCoversTypeCodeTimestampAndPayload) {
-    const auto record = decoded(bytesOf("10 01 BC 2B 0D 32 2D 00 7F"));
-    EXPECT_EQ(lineOf(*record), "2019-03-03 08:05:09.510 01 bc 2b 0d 32 2d 00 7f \n");
+    const auto record = decoded(bytesOf("C8 01 BC 2B 0D 32 2D 00 7F"));
+    EXPECT_EQ(lineOf(*record), "2019-03-03 08:05:09.5c8 01 bc 2b 0d 32 2d 00 7f \n");
 }
 
 TEST(UnknownRecord, itsDumpShowsEveryByteAsTwoLowercaseDigits) {
@@ -1558,15 +1558,15 @@ TEST(UnknownRecord, itsDumpShowsEveryByteAsTwoLowercaseDigits) {
 }
 
 TEST(UnknownRecord, canBeWrittenAnyNumberOfTimes) {
-    const auto record = decoded(bytesOf("20 0A FF"));
+    const auto record = decoded(bytesOf("C8 0A FF"));
     for (int times = 0; times < 3; ++times) {
-        EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "20 0a ff ");
+        EXPECT_EQ(written([&](std::ostream& os) { record->writeBasicCSV(os); }), "c8 0a ff ");
         EXPECT_EQ(positionOf(*record), 3U) << "the end of the record";
     }
 }
 
 TEST(UnknownRecord, leavesTheStreamInHexadecimalWithFillZero) {
-    const auto record = decoded(bytesOf("20"));
+    const auto record = decoded(bytesOf("C8"));
     std::ostringstream os;
     record->writeCSVTimestampedData(os);
     EXPECT_EQ(os.flags() & std::ios::basefield, std::ios::hex);
@@ -1574,16 +1574,16 @@ TEST(UnknownRecord, leavesTheStreamInHexadecimalWithFillZero) {
 }
 
 TEST(UnknownRecord, theNextRecordsIntegersAreDecimalAgain) {
-    const auto unknown = decoded(bytesOf("20"));
+    const auto unknown = decoded(bytesOf("C8"));
     const auto current = decoded(recordHead(8, {}) + bytesOf("00 00 01 F4"));
     std::ostringstream os;
     for (int times = 0; times < 2; ++times) {
         unknown->writeCSVTimestampedData(os);
         current->writeCSVTimestampedData(os);
     }
-    EXPECT_EQ(os.str(), "1984-01-01 00:00:00.020 \n"
+    EXPECT_EQ(os.str(), "1984-01-01 00:00:00.0c8 \n"
                         "1984-01-01 00:00:00.0,500\n"
-                        "1984-01-01 00:00:00.020 \n"
+                        "1984-01-01 00:00:00.0c8 \n"
                         "1984-01-01 00:00:00.0,500\n");
 }
 
