@@ -161,7 +161,7 @@ Seeds runSeeds() {
     return seeds;
 }
 
-/// Each type code behind the end of a frame, the one that is a DLE escaped.
+/// Each type code after the end of a frame, the one that is a DLE escaped.
 std::string dictionaryOfTypes() {
     std::string dictionary;
     const auto add = [&dictionary](unsigned code) {

@@ -342,7 +342,7 @@ public:
     void garble(std::string_view bytes) { log.append(bytes); }
 
 private:
-    /// The time stamp of the next record, some milliseconds behind that of the last.
+    /// The time stamp of the next record, some milliseconds after that of the last.
     Stamp now() {
         writing += delays.between(3, 24);
         const int64_t time = milliseconds + writing;

@@ -102,11 +102,11 @@ Row dynamicInfo(size_t recordLength) {
     for (size_t cell = 0; cell < cellsPerModule; ++cell) {
         row.push_back({Kind::uint16, 10 + w + 2 * cell, 1000}); // cellRow, mV
     }
-    const size_t behindCells = 10 + w + 2 * cellsPerModule;
-    row.push_back({Kind::imbalance, 10 + w});               // imbalance of the cells
-    row.push_back({Kind::uint16, behindCells, 10, 273.15}); // cellTemperature, 0.1 K
-    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 10});      // heat
-    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 13});      // balance
+    const size_t afterCells = 10 + w + 2 * cellsPerModule;
+    row.push_back({Kind::imbalance, 10 + w});              // imbalance of the cells
+    row.push_back({Kind::uint16, afterCells, 10, 273.15}); // cellTemperature, 0.1 K
+    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 10});     // heat
+    row.push_back({Kind::bit, 8 + w, 0, 0, 1U << 13});     // balance
     return row;
 }
 

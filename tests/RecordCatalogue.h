@@ -13,7 +13,7 @@ struct RecordType {
     std::string name;      // of its columns in docs/columns.tsv; a type with module address has
                            // the name of the plain one
     std::string className; // no other type has it
-    std::string header;    // the column names behind the datestamp, with a comma between two
+    std::string header;    // the column names after the datestamp, with a comma between two
     std::string payload;   // the bytes of an example, as many as the controller writes
 };
 

@@ -13,7 +13,7 @@ class RecordType:
         # Of its columns in docs/columns.tsv; a type with module address has that of the plain one.
         self.name = row["name"]
         self.class_name = row["class"]
-        self.columns = row["header"].split(",")  # those behind the datestamp
+        self.columns = row["header"].split(",")  # those after the datestamp
         # The bytes of an example, as many as the controller writes.
         self.payload = bytes.fromhex(row["payload"])
 
