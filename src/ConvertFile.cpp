@@ -19,20 +19,11 @@ std::ofstream ConvertFile::globalDetailStream;
 WideDataRecord ConvertFile::wide;
 
 void ConvertFile::enable(const std::string& word) {
-    if (word == "--detail") {
-        detailEnabled = true;
-    } else if (word == "--soc" || word == "-s") {
-        socEnabled = true;
-    } else if (word == "--dynamicInfo" || word == "-d") {
-        dynamicInfoEnabled = true;
-    } else if (word == "--wide" || word == "-w") {
-        wideEnabled = true;
-    } else if (word == "--all" || word == "-a") {
-        detailEnabled = true;
-        socEnabled = true;
-        dynamicInfoEnabled = true;
-        wideEnabled = true;
-    }
+    const bool all = word == "--all" || word == "-a";
+    detailEnabled = detailEnabled || all || word == "--detail";
+    socEnabled = socEnabled || all || word == "--soc" || word == "-s";
+    dynamicInfoEnabled = dynamicInfoEnabled || all || word == "--dynamicInfo" || word == "-d";
+    wideEnabled = wideEnabled || all || word == "--wide" || word == "-w";
 }
 
 void ConvertFile::enableDefault() {
@@ -91,13 +82,8 @@ void ConvertFile::openGlobalDetailStream(const std::string& path) {
 }
 
 bool ConvertFile::insideDateRange(const std::shared_ptr<DataRecord>& record) {
-    if (!startDatestamp.empty() && record->datestamp < startDatestamp) {
-        return false;
-    }
-    if (!endDatestamp.empty() && record->datestamp > endDatestamp) {
-        return false;
-    }
-    return true;
+    return (startDatestamp.empty() || record->datestamp >= startDatestamp) &&
+           (endDatestamp.empty() || record->datestamp <= endDatestamp);
 }
 
 ConvertFile::ConvertFile(const DataFile& file)

@@ -36,35 +36,37 @@ std::shared_ptr<DataRecord> make() {
     return std::make_shared<Record>();
 }
 
-constexpr DataRecord::TypeEntry typeEntries[] = {
-    {DataRecord::garble, "UnknownDataRecord", make<UnknownDataRecord>},
-    {DataRecord::staticInfoRecordId, "StaticInfoDataRecord", make<StaticInfoDataRecord>},
-    {DataRecord::dynamicInfoRecordId, "DynamicInfoDataRecord", make<DynamicInfoDataRecord>},
-    {DataRecord::faultRecordId, "FaultDataRecord", make<FaultDataRecord>},
-    {DataRecord::shockRecordId, "ShockDataRecord", make<ShockDataRecord>},
-    {DataRecord::messageRecordId, "MessageDataRecord", make<MessageDataRecord>},
-    {DataRecord::bmcFirmwareVersionRecordId, "BMCFirmwareVersionDataRecord",
-     make<BMCFirmwareVersionDataRecord>},
-    {DataRecord::advancedSocRecordId, "AdvancedSOCDataRecord", make<AdvancedSOCDataRecord>},
-    {DataRecord::measuredCurrentRecordId, "MeasuredCurrentDataRecord",
-     make<MeasuredCurrentDataRecord>},
-    {DataRecord::powerModeRecordId, "PowerModeDataRecord", make<PowerModeDataRecord>},
-    {DataRecord::warrantyRecordId, "WarrantyDataRecord", make<WarrantyDataRecord>},
-    {DataRecord::ambientTemperatureRecordId, "AmbientTemperatureDataRecord",
-     make<AmbientTemperatureDataRecord>},
-    {DataRecord::relativeHumidityRecordId, "HumidityDataRecord", make<HumidityDataRecord>},
-    {DataRecord::staticInfoWithAddressRecordId, "StaticInfoDataRecordWithModuleAddress",
-     make<StaticInfoDataRecordWithModuleAddress>},
-    {DataRecord::dynamicInfoWithAddressRecordId, "DynamicInfoDataRecordWithModuleAddress",
-     make<DynamicInfoDataRecordWithModuleAddress>},
-    {DataRecord::advancedSocWithAddressRecordId, "AdvancedSOCDataRecordWithModuleAddress",
-     make<AdvancedSOCDataRecordWithModuleAddress>},
+/// A row of the list of record types.
+struct TypeEntry {
+    DataRecord::Type type;
+    std::shared_ptr<DataRecord> (*make)();
+};
+
+/// The record types, in the order of their codes from 0: the only place where code and class are
+/// brought together. Codes past its end belong to UnknownDataRecord.
+constexpr TypeEntry typeEntries[] = {
+    {DataRecord::garble, make<UnknownDataRecord>},
+    {DataRecord::staticInfoRecordId, make<StaticInfoDataRecord>},
+    {DataRecord::dynamicInfoRecordId, make<DynamicInfoDataRecord>},
+    {DataRecord::faultRecordId, make<FaultDataRecord>},
+    {DataRecord::shockRecordId, make<ShockDataRecord>},
+    {DataRecord::messageRecordId, make<MessageDataRecord>},
+    {DataRecord::bmcFirmwareVersionRecordId, make<BMCFirmwareVersionDataRecord>},
+    {DataRecord::advancedSocRecordId, make<AdvancedSOCDataRecord>},
+    {DataRecord::measuredCurrentRecordId, make<MeasuredCurrentDataRecord>},
+    {DataRecord::powerModeRecordId, make<PowerModeDataRecord>},
+    {DataRecord::warrantyRecordId, make<WarrantyDataRecord>},
+    {DataRecord::ambientTemperatureRecordId, make<AmbientTemperatureDataRecord>},
+    {DataRecord::relativeHumidityRecordId, make<HumidityDataRecord>},
+    {DataRecord::staticInfoWithAddressRecordId, make<StaticInfoDataRecordWithModuleAddress>},
+    {DataRecord::dynamicInfoWithAddressRecordId, make<DynamicInfoDataRecordWithModuleAddress>},
+    {DataRecord::advancedSocWithAddressRecordId, make<AdvancedSOCDataRecordWithModuleAddress>},
 };
 
 /// The factory takes a code as the index of its row.
 constexpr bool standInTheOrderOfTheirCodes() {
     size_t code = 0;
-    for (const DataRecord::TypeEntry& entry : typeEntries) {
+    for (const TypeEntry& entry : typeEntries) {
         if (entry.type != code++) {
             return false;
         }
@@ -126,10 +128,6 @@ std::shared_ptr<DataRecord> DataRecord::factory(std::istream& stream) {
         result = factory(garble);
     }
     return result;
-}
-
-std::span<const DataRecord::TypeEntry> DataRecord::types() {
-    return typeEntries;
 }
 
 std::shared_ptr<DataRecord> DataRecord::factory(Type type) {

@@ -127,13 +127,6 @@ public:
 
     using Bytes = RecordBytes;
 
-    /// A row of the list of record types.
-    struct TypeEntry {
-        Type type;
-        const char* className;
-        std::shared_ptr<DataRecord> (*make)();
-    };
-
     static constexpr unsigned short seriesCells = 7;        // cells in series per battery module
     static constexpr unsigned short temperatureSensors = 1; // temperature sensors per module
 
@@ -150,10 +143,6 @@ public:
 
     /// An empty record of the class that belongs to the type code.
     static std::shared_ptr<DataRecord> factory(Type type);
-
-    /// The list of record types, in the order of their codes from 0: the only place where code and
-    /// class are brought together. Codes past its end belong to UnknownDataRecord.
-    static std::span<const TypeEntry> types();
 
     /// Decodes the time stamp and the payload. To be called once.
     void interpret();

@@ -29,8 +29,8 @@ inline void flush(std::ostream& os) {
 ///
 /// Running out of memory throws std::bad_alloc, while a standard stream swallows it and loses text.
 ///
-/// The memory of the longest line so far is kept. A line of 140 characters takes 10 ns more than one
-/// that goes straight to a file stream; with a std::ostringstream in between it would be 60 ns.
+/// The memory of the longest line so far is kept. A line of 140 characters takes 10 ns more than
+/// one that goes straight to a file stream; with a std::ostringstream in between it would be 60 ns.
 class LineStream : public std::ostream {
 public:
     LineStream() : std::ostream(nullptr) {

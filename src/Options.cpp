@@ -8,25 +8,22 @@
 
 namespace {
 
+using enum Option::Action;
+
 constexpr Option options[] = {
-    {"--all", "-a", "", "--all (-a)", "produce all output files", Option::chooseOutput},
-    {"--detail", "", "", "--detail", "produce the detailed output file(s)", Option::chooseOutput},
-    {"--dynamicInfo", "-d", "", "--dynamicInfo", "produce the dynamicInfo output file(s)",
-     Option::chooseOutput},
-    {"--soc", "-s", "", "--soc (-s)", "produce the advanced soc output file(s)",
-     Option::chooseOutput},
-    {"--wide", "-w", "", "--wide (-w)",
-     "produce the wide output file (dynamicInfo combined with soc)", Option::chooseOutput},
-    {"--startdate", "", "YYYY-MM-DD", "--startdate", "set the starting date (YYYY-MM-DD)",
-     Option::setStartDate},
-    {"--starttime", "", "HH:MM:SS", "--starttime", "set the starting time (HH:MM:SS)",
-     Option::addStartTime},
-    {"--enddate", "", "YYYY-MM-DD", "--enddate", "set the ending date (YYYY-MM-DD)",
-     Option::setEndDate},
-    {"--endtime", "", "HH:MM:SS", "--endtime", "set the ending time (HH:MM:SS)",
-     Option::addEndTime},
-    {"--help", "-h", "", "--help", "Display help", Option::showHelp},
-    {"--version", "-v", "", "--version", "Display version", Option::showVersion},
+    {"--all", "-a", "", "--all (-a)    => produce all output files", output},
+    {"--detail", "", "", "--detail      => produce the detailed output file(s)", output},
+    {"--dynamicInfo", "-d", "", "--dynamicInfo => produce the dynamicInfo output file(s)", output},
+    {"--soc", "-s", "", "--soc (-s)    => produce the advanced soc output file(s)", output},
+    {"--wide", "-w", "",
+     "--wide (-w)   => produce the wide output file (dynamicInfo combined with soc)", output},
+    {"--startdate", "", "YYYY-MM-DD", "--startdate   => set the starting date (YYYY-MM-DD)",
+     startDate},
+    {"--starttime", "", "HH:MM:SS", "--starttime   => set the starting time (HH:MM:SS)", startTime},
+    {"--enddate", "", "YYYY-MM-DD", "--enddate     => set the ending date (YYYY-MM-DD)", endDate},
+    {"--endtime", "", "HH:MM:SS", "--endtime     => set the ending time (HH:MM:SS)", endTime},
+    {"--help", "-h", "", "--help        => Display help", help},
+    {"--version", "-v", "", "--version     => Display version", version},
 };
 
 /// Ends the process unless the bound holds a date to which a time can be added. The bounds have
@@ -73,28 +70,28 @@ void Options::parseArguments(int argumentCount, const char** arguments) {
             }
             return arguments[next++];
         };
-        switch (option != std::end(options) ? option->action : Option::chooseOutput) {
-        case Option::chooseOutput:
+        switch (option != std::end(options) ? option->action : output) {
+        case output:
             ConvertFile::enable(argument); // which ignores what is no option
             break;
-        case Option::setStartDate:
+        case startDate:
             ConvertFile::startDatestamp = takeValue();
             break;
-        case Option::addStartTime:
+        case startTime:
             requireDate(ConvertFile::startDatestamp, "--starttime", "--startdate");
             ConvertFile::startDatestamp += std::string(" ") + takeValue();
             break;
-        case Option::setEndDate:
+        case endDate:
             ConvertFile::endDatestamp = takeValue();
             break;
-        case Option::addEndTime:
+        case endTime:
             requireDate(ConvertFile::endDatestamp, "--endtime", "--enddate");
             ConvertFile::endDatestamp += std::string(" ") + takeValue();
             break;
-        case Option::showHelp:
+        case help:
             displayHelp();
             std::exit(0);
-        case Option::showVersion:
+        case version:
             std::cout << "convertquorvlogs version " << CONVERTQUORVLOGS_VERSION << std::endl;
             std::exit(0);
         }
@@ -120,7 +117,6 @@ void Options::displayHelp() const {
         std::cout << line << std::endl;
     }
     for (const Option& option : options) {
-        const std::string padding(14 - option.inHelp.size(), ' ');
-        std::cout << option.inHelp << padding << "=> " << option.help << std::endl;
+        std::cout << option.help << std::endl;
     }
 }

@@ -6,21 +6,12 @@
 
 /// A command-line option, as the parser takes it and the help lists it.
 struct Option {
-    enum Action {
-        chooseOutput, // what ConvertFile::enable() does with it
-        setStartDate,
-        addStartTime,
-        setEndDate,
-        addEndTime,
-        showHelp,
-        showVersion
-    };
+    enum class Action { output, startDate, startTime, endDate, endTime, help, version };
 
     std::string_view name;      // "--all"
     std::string_view shortName; // "-a"; empty if there is none
     std::string_view value;     // the form of the value that follows; empty if none does
-    std::string_view inHelp; // the names as the help shows them, which leaves out some short ones
-    std::string_view help;   // what it does
+    std::string_view help;      // its line of the help, which leaves out some short names
     Action action;
 };
 
