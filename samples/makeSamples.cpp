@@ -372,9 +372,9 @@ private:
     /// Splits a current among the modules, which never carry quite the same.
     void share(int64_t total) {
         int64_t left = total;
-        for (size_t each = 0; each + 1 < modules.size(); ++each) {
-            modules[each].current = total * work.between(503, 511) / 1000;
-            left -= modules[each].current;
+        for (size_t index = 0; index + 1 < modules.size(); ++index) {
+            modules[index].current = total * work.between(503, 511) / 1000;
+            left -= modules[index].current;
         }
         modules.back().current = left;
     }
@@ -689,7 +689,7 @@ void damagedLogs(const std::filesystem::path& directory) {
     Truck garbled = wokenTruck(10);
     Chance chance(7);
     std::string garbage;
-    for (int each = 0; each < 300; ++each) {
+    for (int count = 0; count < 300; ++count) {
         garbage += static_cast<char>(chance.between(0, 255));
     }
     garbled.garble(garbage);

@@ -33,7 +33,7 @@ class Datestamp {
 public:
     /// Length of the longest text, "2163-06-05 1193:02:47.295": the largest day number and the
     /// largest time of day that a record can hold. Whatever is longer is cut off.
-    static constexpr size_t maximumLength = 25;
+    static constexpr size_t maximumLength = 10 + 1 + 14;
 
     /// The empty text.
     Datestamp() = default;

@@ -56,7 +56,7 @@ struct Field {
     Kind kind;
     size_t offset = 0;    // in the payload
     double divisor = 0;   // 0: the number is written as it is
-    double less = 0;      // subtracted behind the division
+    double less = 0;      // subtracted after the division
     unsigned bitMask = 0; // of a bit in a uint16
 };
 
@@ -245,8 +245,8 @@ private:
 
     uint32_t numberAt(size_t offset, size_t size) const {
         uint32_t number = 0;
-        for (size_t each = 0; each < size; ++each) {
-            number = number * 256 + byteAt(offset + each);
+        for (size_t index = 0; index < size; ++index) {
+            number = number * 256 + byteAt(offset + index);
         }
         return number;
     }

@@ -19,8 +19,8 @@ namespace {
 /// Payload bytes that count up from the first, so that each tells where it was read.
 std::string countingBytes(uint8_t first, size_t count) {
     std::string bytes;
-    for (size_t each = 0; each < count; ++each) {
-        bytes += static_cast<char>(first + each);
+    for (size_t index = 0; index < count; ++index) {
+        bytes += static_cast<char>(first + index);
     }
     return bytes;
 }
@@ -346,7 +346,7 @@ TEST(RowByHand, type5Message) {
                                     "73 79 73 74 65 6D 53 74 61 74 65" // 0: "systemState"
                                     "3D 2B 31 32"                      // 11: "=+12"
                                     "10 03");
-    // The text, and the state that stands in it behind the sign.
+    // The text, and the state that stands in it after the sign.
     EXPECT_EQ(lineOf(*readRecord(log)), when + ",systemState=+12,12\n");
 }
 
@@ -424,7 +424,7 @@ TEST(RowByHand, type12Humidity) {
 // 1 and 13: StaticInfoDataRecord
 // =================================================================================================
 
-/// 179 bytes 1 to 179, with a zero behind three letters of each text.
+/// 179 bytes 1 to 179, with a zero after three letters of each text.
 std::string staticInfoCounting() {
     std::string payload = countingBytes(1, 179);
     payload[49 + 3] = 0;
@@ -552,7 +552,7 @@ TEST(StaticInfoDataRecord, aNameThatMeetsNoZeroByteEndsWithTheRecord) {
 TEST(StaticInfoDataRecord, aRecordCutWithinAFieldKeepsTheBytesThatThereAre) {
     EXPECT_EQ(fieldsOf(1, bytesOf("00 00 00 00 12")), ",1,4608,0,0,0,,,0,0,0"); // 0x1200
     EXPECT_EQ(fieldsOf(1, std::string(49, '\x01') + "NAME"), ",1,257,257,257,1,NAME,,0,0,0");
-    // C2 F7 with two zeros behind it is -123.5.
+    // C2 F7 with two zeros after it is -123.5.
     EXPECT_EQ(fieldsOf(1, std::string(171, '\0') + "\xC2\xF7"), ",1,0,0,0,0,,,0,-123.5,0");
 }
 
@@ -1178,7 +1178,7 @@ TEST(MessageDataRecord, theTableOfSystemStatesIsFilledOnlyOnce) {
     MessageDataRecord::systemStates.clear();
     MessageDataRecord().header();
     MessageDataRecord::systemStates = {{"a mark", "that a second filling would remove"}};
-    for (int each = 0; each < 3; ++each) {
+    for (int time = 0; time < 3; ++time) {
         MessageDataRecord().header();
     }
     EXPECT_EQ(MessageDataRecord::systemStates.size(), 1U);
@@ -1626,7 +1626,7 @@ TEST(WarrantyDataRecord, everyCommissioningStateHasItsNumber) {
 
 TEST(WarrantyDataRecord, everyWriteGivesTheSameRowSinceTheReadPositionStays) {
     const auto record = readRecord(LogBuilder().record(10, {}, bytesOf("07 08 09")).bytes());
-    for (int each = 0; each < 3; ++each) {
+    for (int time = 0; time < 3; ++time) {
         EXPECT_EQ(fieldsOf(*record), "DECOMMISSIONED_EXCESSIVE_SHOCK");
     }
 }

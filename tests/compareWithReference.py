@@ -194,8 +194,8 @@ def compare_random(tool, count):
         chance = random.Random(number)
         directory = f"d{number}"
         os.mkdir(directory)
-        for each in range(chance.choice([1, 1, 2, 3, 6])):
-            with open(f"{directory}/{each}.LOG", "wb") as file:
+        for log in range(chance.choice([1, 1, 2, 3, 6])):
+            with open(f"{directory}/{log}.LOG", "wb") as file:
                 file.write(random_log(chance))
         if chance.random() < 0.1:
             os.mkdir(f"{directory}/directory.LOG")
