@@ -1,6 +1,8 @@
 // Micro benchmarks of the pieces that a conversion spends its time in.
 
 #include "DataRecord.h"
+#include "FieldText.h"
+#include "LineStream.h"
 #include "LogBuilder.h"
 #include "RecordCatalogue.h"
 
@@ -213,6 +215,51 @@ void floatText(benchmark::State& state, float first, float step, size_t differen
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(different));
 }
 
+/// The 16 numbers of a sample, handed to the stream in one go or each by itself.
+void fields(benchmark::State& state, bool inOneGo) {
+    Sink sink;
+    std::ostream os(&sink);
+    for (auto _ : state) {
+        FieldText row(os);
+        for (int number = 0; number < 8; ++number) {
+            row.add(number);
+            if (!inOneGo) {
+                row.write();
+            }
+            row.add(3.6F + static_cast<float>(number) / 1000);
+            if (!inOneGo) {
+                row.write();
+            }
+        }
+        row.write();
+        os.flush();
+    }
+}
+
+/// A line of 140 characters in three pieces, which goes straight to a stream or through memory.
+void line(benchmark::State& state, bool throughMemory) {
+    const std::string datestamp = "2019-03-03 08:05:09.50";
+    const std::string text(117, 'x');
+    Sink sink;
+    std::ostream os(&sink);
+    LineStream lineStream;
+    const auto writePieces = [&](std::ostream& to) {
+        put(datestamp, to);
+        put(text, to);
+        put("\n", to);
+    };
+    for (auto _ : state) {
+        if (throughMemory) {
+            lineStream.restart();
+            writePieces(lineStream);
+            put(lineStream.text(), os);
+        } else {
+            writePieces(os);
+        }
+        flush(os);
+    }
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -231,6 +278,10 @@ int main(int argumentCount, char** arguments) {
     RegisterBenchmark("floatText/newVolts", floatText, 3.4F, 0.001F, many);
     RegisterBenchmark("floatText/newTiny", floatText, 1e-6F, 1e-10F, many);
     RegisterBenchmark("floatText/newHuge", floatText, 1e7F, 1e5F, many);
+    RegisterBenchmark("fields/inOneGo", fields, true);
+    RegisterBenchmark("fields/oneByOne", fields, false);
+    RegisterBenchmark("line/straight", line, false);
+    RegisterBenchmark("line/LineStream", line, true);
     RegisterBenchmark("row/DynamicInfoDataRecord", row, DataRecord::dynamicInfoRecordId);
     RegisterBenchmark("row/AdvancedSOCDataRecord", row, DataRecord::advancedSocRecordId);
     RegisterBenchmark("row/MessageDataRecord", row, DataRecord::messageRecordId);

@@ -138,14 +138,14 @@ Seeds runSeeds() {
     const std::string everything = "\1\0\0"s;
     // Rows that nothing but the sample and the record in front of it change.
     DynamicInfo info = sample();
-    std::string rowBehindEach = LogBuilder().dynamicInfo(morning, info).bytes();
+    std::string rowAfterEach = LogBuilder().dynamicInfo(morning, info).bytes();
     for (const auto& [name, log] : logsByType()) {
         ++info.soc;
-        rowBehindEach += log + LogBuilder().dynamicInfo(noon, info).bytes();
+        rowAfterEach += log + LogBuilder().dynamicInfo(noon, info).bytes();
     }
     Seeds seeds;
     seeds["default"] = none + all;
-    seeds["rowBehindEach"] = everything + rowBehindEach;
+    seeds["rowAfterEach"] = everything + rowAfterEach;
     seeds["all"] = everything + all;
     seeds["threeLogs"] = everything + early + separator + cut + separator + late;
     seeds["overlap"] = everything + late + separator + cut + separator + cut + separator + early;

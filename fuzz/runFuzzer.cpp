@@ -26,6 +26,7 @@
 #include "ConvertFile.h"
 #include "DataFile.h"
 #include "DataRecord.h"
+#include "Options.h"
 #include "Require.h"
 
 #include <algorithm>
@@ -81,9 +82,16 @@ uint8_t takeByte(std::string_view& input) {
 /// Adds words such that the option parser never ends the process: one path at most, a value after
 /// every option that takes one, and no time after an empty date.
 void takeCommandLine(std::string_view& input, Case& result, const std::string& directory) {
-    static const std::vector<std::string> outputs = {
-        "--all", "-a", "--detail", "--soc", "-s", "--dynamicInfo", "-d", "--wide", "-w", "--none",
-    };
+    static const std::vector<std::string> outputs = [] {
+        std::vector<std::string> words;
+        for (const Option& option : allOptions()) {
+            if (option.action == Option::Action::output) {
+                words.emplace_back(option.name);
+                words.emplace_back(option.shortName.empty() ? "--none" : option.shortName);
+            }
+        }
+        return words;
+    }();
     static const std::vector<std::string> dates = {
         "2019-03-03", "2016-01-01", "2099-12-31", "1984-01-01", "2019", "-", "~", "",
     };
@@ -295,7 +303,7 @@ Outcome run(const Case& input) {
 // =================================================================================================
 
 /// What stands after the prefix in the lines that begin with it, in their order.
-std::vector<std::string> namesBehind(std::string_view prefix, const std::string& console) {
+std::vector<std::string> namesAfter(std::string_view prefix, const std::string& console) {
     std::vector<std::string> names;
     std::istringstream lines(console);
     for (std::string line; std::getline(lines, line);) {
@@ -324,9 +332,9 @@ void requireConsole(const Case& input, const Outcome& outcome, bool directoryMod
     const auto setOf = [](const std::vector<std::string>& names) {
         return std::multiset<std::string>(names.begin(), names.end());
     };
-    const auto read = namesBehind("Reading: ", outcome.out);
-    const auto sorted = namesBehind("Sorting ", outcome.out);
-    const auto converted = namesBehind("Converting: ", outcome.out);
+    const auto read = namesAfter("Reading: ", outcome.out);
+    const auto sorted = namesAfter("Sorting ", outcome.out);
+    const auto converted = namesAfter("Converting: ", outcome.out);
     require(setOf(read) == logs, "each log is read once");
     require(sorted == (directoryMode ? read : std::vector<std::string>()),
             "the logs of a directory are ordered in listing order");
@@ -523,7 +531,7 @@ Files expectedFiles(const Case& input, const Outcome& outcome, bool directoryMod
     }
     expected["synopsis.csv"] =
         "startDate,endDate,direction,loSoc,hiSoc,loDsoc,hiDsoc,transportedCharge\n";
-    const auto converted = namesBehind("Converting: ", outcome.out);
+    const auto converted = namesAfter("Converting: ", outcome.out);
     const bool hasGlobalFiles = directoryMode && !converted.empty();
     if (hasGlobalFiles && ConvertFile::dynamicInfoEnabled) {
         expected["dynamicInfo.csv"] = headerOf(DataRecord::dynamicInfoRecordId);

@@ -70,7 +70,8 @@ public:
 private:
     /// Writes the row that line holds, whole and in one write; puts the record's row there if line
     /// is empty. Does nothing, and asks the record for nothing, unless the stream is open and
-    /// works.
+    /// works. So a message reports the start of a period once, however many files take its row: a
+    /// second report of the same start would change nothing.
     void writeRow(DataRecord& record, std::ofstream& os);
 
     /// Writes the record's header line to the detail outputs, which it opens if they are wanted and

@@ -42,8 +42,8 @@ struct TypeEntry {
     std::shared_ptr<DataRecord> (*make)();
 };
 
-/// The record types, in the order of their codes from 0: the only place where code and class are
-/// brought together. Codes past its end belong to UnknownDataRecord.
+/// The record types, in the order of their codes from 0, from which the factory makes its records.
+/// Codes past its end belong to UnknownDataRecord.
 constexpr TypeEntry typeEntries[] = {
     {DataRecord::garble, make<UnknownDataRecord>},
     {DataRecord::staticInfoRecordId, make<StaticInfoDataRecord>},
@@ -450,7 +450,9 @@ uint8_t DataRecord::writeUint8(std::ostream& os) {
 }
 
 void DataRecord::writeString(std::ostream& os, unsigned short length) {
-    os << ',' << terminatedText(length);
+    FieldText field(os);
+    field.add(terminatedText(length));
+    field.write();
 }
 
 // =================================================================================================
@@ -1084,10 +1086,14 @@ void PowerModeDataRecord::interpretPayload() {
 }
 
 void PowerModeDataRecord::writeBasicCSV(std::ostream& os) {
-    os << (powerMode == EEPROM_POWER_FLAG_MANUAL_TRAVEL_MODE ? ",manual-travel"
-           : powerMode == EEPROM_POWER_FLAG_DORMANT_MODE     ? ",dormant"
-           : powerMode == EEPROM_POWER_FLAG_RESERVE_MODE     ? ",reserve"
-                                                             : ",normal");
+    const std::string_view mode = powerMode == EEPROM_POWER_FLAG_MANUAL_TRAVEL_MODE
+                                      ? "manual-travel"
+                                  : powerMode == EEPROM_POWER_FLAG_DORMANT_MODE ? "dormant"
+                                  : powerMode == EEPROM_POWER_FLAG_RESERVE_MODE ? "reserve"
+                                                                                : "normal";
+    FieldText row(os);
+    row.add(mode);
+    row.write();
 }
 
 // =================================================================================================
@@ -1301,12 +1307,16 @@ void WideDataRecord::writeBattery(Battery& state, std::ostream& os) const {
     for (const FaultCategory& category : faultCategories) {
         writeFault(state.faults[category.code], os); // none if the category was never reported
     }
-    os << ',' << state.systemState << ',' << state.chargeScheduleState;
+    FieldText row(os);
+    row.add(state.systemState);
+    row.add(state.chargeScheduleState);
     writeTriState(state.sbxSense, os);
     writeTriState(state.acPresent, os);
     writeTriState(state.multifunctionButton, os);
     writeTriState(state.interlock, os);
-    os << ',' << state.bmcFWVersion << ',' << state.bmuFWVersion;
+    row.add(state.bmcFWVersion);
+    row.add(state.bmuFWVersion);
+    row.write();
 }
 
 void WideDataRecord::writeTriState(TriState value, std::ostream& os) const {

@@ -22,10 +22,6 @@
 /// main runs and finishes it at process exit.
 extern Synopsis synopsis;
 
-/// What can be seen as a text.
-template <typename T>
-concept Text = std::convertible_to<const T&, std::string_view>;
-
 /// The text of a record's time stamp, for example "2019-03-03 08:05:09.5": the only form in which
 /// time is compared (byte by byte) and written. It is used like a std::string, but holds its text
 /// within itself: a heap block for each of a million records costs more than the text.
@@ -38,7 +34,8 @@ public:
     /// The empty text.
     Datestamp() = default;
 
-    template <Text T>
+    /// Of anything that can be seen as a text.
+    template <std::convertible_to<std::string_view> T>
     Datestamp(const T& other) {
         *this += other;
     }
@@ -55,11 +52,11 @@ public:
     operator std::string_view() const { return {text.data(), length}; }
     operator std::string() const { return {text.data(), length}; }
 
-    template <Text T>
+    template <std::convertible_to<std::string_view> T>
     friend bool operator==(const Datestamp& a, const T& b) {
         return std::string_view(a) == std::string_view(b);
     }
-    template <Text T>
+    template <std::convertible_to<std::string_view> T>
     friend std::strong_ordering operator<=>(const Datestamp& a, const T& b) {
         return std::string_view(a) <=> std::string_view(b);
     }
@@ -202,7 +199,7 @@ public:
     /// The data fields and the line end.
     void writeCSVData(std::ostream& os);
 
-    /// The datestamp as it is, whatever the state of the stream.
+    /// The datestamp as it is.
     void writeDatestamp(std::ostream& os);
 
     /// The header line of a record type.
@@ -338,6 +335,8 @@ public:
     float current = 0;     // amperes, signed
     uint16_t soc = 0;      // state of charge, percent
     uint16_t dsoc = 0;     // the controller's second state-of-charge figure, percent
+
+    // Of fixed length; a std::vector would take a heap block of each of a million records.
     std::array<float, DataRecord::seriesCells> cellVoltage = {};            // volts
     std::array<float, DataRecord::temperatureSensors> cellTemperature = {}; // degrees Celsius
 };

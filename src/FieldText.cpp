@@ -12,10 +12,9 @@
 
 // A float's text is written by std::to_chars, whose general format is the default notation, in 55
 // ns. Two short cuts give the same text: digits that are put together in a register (25 ns), for
-// the values that a battery has, and a table of the texts that were written before (13 ns, known in
-// 85 of 100 cases), since the values of a log repeat. (Figures of script/bench, "floatText", on the
-// machine that bench/README.md names.) FieldTextTest compares every one of the 2^32 floats with the
-// C library's "%g".
+// the values that a battery has, and a table of the texts that were written before (13 ns), since
+// the values of a log repeat ("floatText" in bench/micro.cpp). FloatTextSweep, a test, compares
+// every one of the 2^32 floats with the C library's "%g".
 
 namespace {
 
@@ -40,7 +39,7 @@ uint64_t sixDigits(uint64_t number) {
 }
 
 /// Writes the float with up to 6 significant digits in fixed notation, if that is the default
-/// notation of its value; otherwise writes nothing and returns null. May touch 14 characters,
+/// notation of its value; otherwise writes nothing and returns null. May touch 15 characters,
 /// whatever the length of the text.
 ///
 /// A float times a power of ten up to 10^9 is exact in double precision: 24 bits of the float and

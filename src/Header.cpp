@@ -53,9 +53,9 @@ void Header::addAll(const Header& other) {
         *this = other;
         return;
     }
-    const Header added = other; // a header that is added to itself then changes a copy of its list
-    for (const std::string& name : added.columnNames()) {
-        addName(name);
+    const size_t count = other.size(); // of now: a header may be added to itself
+    for (size_t index = 0; index < count; ++index) {
+        addName(other.columnNames()[index]);
     }
 }
 

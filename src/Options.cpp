@@ -11,19 +11,18 @@ namespace {
 using enum Option::Action;
 
 constexpr Option options[] = {
-    {"--all", "-a", "", "--all (-a)    => produce all output files", output},
-    {"--detail", "", "", "--detail      => produce the detailed output file(s)", output},
-    {"--dynamicInfo", "-d", "", "--dynamicInfo => produce the dynamicInfo output file(s)", output},
-    {"--soc", "-s", "", "--soc (-s)    => produce the advanced soc output file(s)", output},
-    {"--wide", "-w", "",
+    {"--all", "-a", "--all (-a)    => produce all output files", output},
+    {"--detail", "", "--detail      => produce the detailed output file(s)", output},
+    {"--dynamicInfo", "-d", "--dynamicInfo => produce the dynamicInfo output file(s)", output},
+    {"--soc", "-s", "--soc (-s)    => produce the advanced soc output file(s)", output},
+    {"--wide", "-w",
      "--wide (-w)   => produce the wide output file (dynamicInfo combined with soc)", output},
-    {"--startdate", "", "YYYY-MM-DD", "--startdate   => set the starting date (YYYY-MM-DD)",
-     startDate},
-    {"--starttime", "", "HH:MM:SS", "--starttime   => set the starting time (HH:MM:SS)", startTime},
-    {"--enddate", "", "YYYY-MM-DD", "--enddate     => set the ending date (YYYY-MM-DD)", endDate},
-    {"--endtime", "", "HH:MM:SS", "--endtime     => set the ending time (HH:MM:SS)", endTime},
-    {"--help", "-h", "", "--help        => Display help", help},
-    {"--version", "-v", "", "--version     => Display version", version},
+    {"--startdate", "", "--startdate   => set the starting date (YYYY-MM-DD)", startDate},
+    {"--starttime", "", "--starttime   => set the starting time (HH:MM:SS)", startTime},
+    {"--enddate", "", "--enddate     => set the ending date (YYYY-MM-DD)", endDate},
+    {"--endtime", "", "--endtime     => set the ending time (HH:MM:SS)", endTime},
+    {"--help", "-h", "--help        => Display help", help},
+    {"--version", "-v", "--version     => Display version", version},
 };
 
 /// Ends the process unless the bound holds a date to which a time can be added. The bounds have

@@ -10,7 +10,6 @@ struct Option {
 
     std::string_view name;      // "--all"
     std::string_view shortName; // "-a"; empty if there is none
-    std::string_view value;     // the form of the value that follows; empty if none does
     std::string_view help;      // its line of the help, which leaves out some short names
     Action action;
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+static_assert(sizeof(RecordBytes) <= 48, "what withinCapacity is reckoned from");
+
 void RecordBytes::append(std::span<const uint8_t> added) {
     if (auto* within = std::get_if<Within>(&held)) {
         if (added.size() <= within->bytes.size() - within->length) {

@@ -15,7 +15,7 @@
 class RecordBytes {
 public:
     /// How many bytes are held without a heap block; the object has 48 bytes with it.
-    static constexpr size_t withinCapacity = 39;
+    static constexpr size_t withinCapacity = 48 - 8 - 1; // less the variant's index and the length
 
     /// Appends the bytes of a range outside of this object.
     void append(std::span<const uint8_t> added);

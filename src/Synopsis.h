@@ -12,8 +12,8 @@
 ///
 /// Readings arrive while logs are decoded, starts while message rows are written. Since a run
 /// decodes every log before it writes the first row, all readings of a run arrive before its first
-/// start and the file holds its header line alone. That is what the tool has always produced and
-/// what its users compare; the three places that report are not to be moved.
+/// start and the file holds its header line alone. Files of different
+/// years are compared byte for byte, so the three places that report are not to be moved.
 class Synopsis {
 public:
     enum ChargeDirection { unknown = 0, discharge = 1, charge = 2 };
@@ -34,6 +34,9 @@ public:
     /// Ends the period under way with a line, if it qualifies, and begins one in the given
     /// direction at the datestamp. A start in the direction under way changes nothing.
     void start(std::string_view datestamp, ChargeDirection newDirection);
+
+    // Datestamps come as views: a std::string for each of a million readings would take a heap
+    // block.
 
     /// Takes a state-of-charge reading (percent, DSOC first) into the period.
     void dynamicInfo(std::string_view datestamp, uint16_t dsoc, uint16_t soc);

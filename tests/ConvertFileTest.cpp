@@ -313,8 +313,8 @@ TEST_F(ConvertFileTest, openStreamsAreLeftAsTheyAre) {
         ConvertFile::aggregate(other.path());
         ConvertFile(file).convert();
     });
-    const std::string run = powerModeHeader + whenText + ",dormant\n";
-    EXPECT_EQ(outputs(), (Files{{"X.LOG.detail.csv", run}, {"detail.csv", run + run}}));
+    const std::string block = powerModeHeader + whenText + ",dormant\n";
+    EXPECT_EQ(outputs(), (Files{{"X.LOG.detail.csv", block}, {"detail.csv", block + block}}));
     EXPECT_EQ(other.files(), Files());
 }
 

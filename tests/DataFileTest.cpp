@@ -131,7 +131,7 @@ TEST_F(DataFileTest, aFileThatEndsInALoneEscapeHasNoByteOfTheFailedRead) {
     EXPECT_THAT(linesOf(file), ElementsAre(whenText + ",cut off,\n"));
 }
 
-TEST_F(DataFileTest, aFileThatEndsInALoneEscapeBehindAFrameHasALastRecordWithoutBytes) {
+TEST_F(DataFileTest, aFileThatEndsInALoneEscapeAfterAFrameHasALastRecordWithoutBytes) {
     const DataFile file(fileWith(LogBuilder().powerMode(when, 17).append("\x10").bytes()));
     EXPECT_THAT(linesOf(file), ElementsAre(whenText + ",reserve\n", noStampText + "\n"));
     EXPECT_EQ(file.back()->recordType(), DataRecord::garble);

@@ -181,7 +181,7 @@ TEST(Framing, etxIsDataUnlessABareDleStandsBeforeIt) {
     EXPECT_EQ(dataOf(*firstRecord(bytesOf("41 10 42 03 43 10 03"))), bytesOf("41 03 43"));
 }
 
-TEST(Framing, aRecordBeginsBehindTheDleEtxOfTheOneBefore) {
+TEST(Framing, aRecordBeginsAfterTheDleEtxOfTheOneBefore) {
     EXPECT_THAT(recordsOf(bytesOf("41 42 10 03 43 10 03 44 45")),
                 ElementsAre(bytesOf("41 42"), bytesOf("43"), bytesOf("44 45 FF")));
 }

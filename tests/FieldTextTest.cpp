@@ -2,6 +2,7 @@
 // all.
 
 #include "FieldText.h"
+#include "LineStream.h"
 
 #include <algorithm>
 #include <bit>
@@ -114,7 +115,7 @@ TEST(FieldText, floatsOfEachNotation) {
 /// notation with 6 significant digits gives them.
 uint64_t differencesFrom(uint64_t first, uint64_t step) {
     uint64_t differences = 0;
-    std::ostringstream os;
+    LineStream line;
     for (uint64_t bits = first; bits <= UINT32_MAX; bits += step) {
         const auto value = std::bit_cast<float>(static_cast<uint32_t>(bits));
         char expected[32];
@@ -122,12 +123,11 @@ uint64_t differencesFrom(uint64_t first, uint64_t step) {
             std::snprintf(expected, sizeof expected, ",%g", static_cast<double>(value));
         // Twice: the text of a value that was written before isn't put together again.
         for (int time = 0; time < 2; ++time) {
-            os.seekp(0);
-            FieldText field(os);
+            line.restart();
+            FieldText field(line);
             field.add(value);
             field.write();
-            if (os.view().substr(0, static_cast<size_t>(os.tellp())) !=
-                std::string_view(expected, static_cast<size_t>(length))) {
+            if (line.text() != std::string_view(expected, static_cast<size_t>(length))) {
                 ++differences;
             }
         }
@@ -138,7 +138,7 @@ uint64_t differencesFrom(uint64_t first, uint64_t step) {
 TEST(FieldText, floatsHaveTheDefaultNotation) {
     const char* const chosen = std::getenv("FLOAT_STEP");
     const uint64_t step = chosen != nullptr ? std::stoull(chosen) : 4093; // a prime
-    // Processes and not threads: the texts that were written before are kept for one thread.
+    // Processes and not threads: the table of known texts is not made for several.
     const unsigned processes = std::max(1U, std::thread::hardware_concurrency());
     std::vector<pid_t> children;
     for (unsigned index = 0; index < processes; ++index) {

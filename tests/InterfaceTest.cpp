@@ -7,6 +7,7 @@
 #include "DataRecord.h"
 #include "Header.h"
 #include "Options.h"
+#include "RecordClasses.h"
 #include "RecordReading.h"
 #include "Synopsis.h"
 #include "fileUtilities.h"
@@ -627,19 +628,12 @@ constexpr bool isALogRecord() {
 template <typename Record>
 constexpr bool decodesItsPayload = !isDeclaredBy<DataRecord>(&Record::interpretPayload);
 
-static_assert(isALogRecord<StaticInfoDataRecord>());
-static_assert(isALogRecord<DynamicInfoDataRecord>());
-static_assert(isALogRecord<FaultDataRecord>());
-static_assert(isALogRecord<ShockDataRecord>());
-static_assert(isALogRecord<MessageDataRecord>());
-static_assert(isALogRecord<BMCFirmwareVersionDataRecord>());
-static_assert(isALogRecord<AdvancedSOCDataRecord>());
-static_assert(isALogRecord<MeasuredCurrentDataRecord>());
-static_assert(isALogRecord<PowerModeDataRecord>());
-static_assert(isALogRecord<HumidityDataRecord>());
-static_assert(isALogRecord<WarrantyDataRecord>());
-static_assert(isALogRecord<AmbientTemperatureDataRecord>());
-static_assert(isALogRecord<UnknownDataRecord>());
+template <typename... Records>
+constexpr bool areLogRecords(std::type_identity<std::tuple<Records...>> /*list*/) {
+    return (isALogRecord<Records>() && ...);
+}
+
+static_assert(areLogRecords(std::type_identity<RecordClasses>()));
 static_assert(isARecord<WideDataRecord>()); // of which there is only one
 
 static_assert(decodesItsPayload<StaticInfoDataRecord>);
@@ -675,40 +669,6 @@ static_assert(
     addsTheModuleAddressTo<AdvancedSOCDataRecordWithModuleAddress, AdvancedSOCDataRecord>());
 
 static_assert(sizeof(UnknownDataRecord) == sizeof(OpenRecord)); // it adds no members
-
-/// Expects a record of exactly the class, made empty, for the type code.
-template <typename Record>
-void expectFactoryToMake(unsigned code) {
-    SCOPED_TRACE(code);
-    const RecordPtr record = DataRecord::factory(DataRecord::Type(code));
-    ASSERT_TRUE(record);
-    const DataRecord& made = *record;
-    EXPECT_EQ(typeid(made), typeid(Record));
-    EXPECT_NO_THROW(static_cast<void>(dynamic_cast<Record&>(*record)));
-    EXPECT_TRUE(((*record).*(&OpenRecord::bytes)).empty());
-    EXPECT_FALSE(record->interpreted);
-}
-
-TEST(RecordClasses, belongToTheTypeCodes) {
-    expectFactoryToMake<UnknownDataRecord>(0);
-    expectFactoryToMake<StaticInfoDataRecord>(1);
-    expectFactoryToMake<DynamicInfoDataRecord>(2);
-    expectFactoryToMake<FaultDataRecord>(3);
-    expectFactoryToMake<ShockDataRecord>(4);
-    expectFactoryToMake<MessageDataRecord>(5);
-    expectFactoryToMake<BMCFirmwareVersionDataRecord>(6);
-    expectFactoryToMake<AdvancedSOCDataRecord>(7);
-    expectFactoryToMake<MeasuredCurrentDataRecord>(8);
-    expectFactoryToMake<PowerModeDataRecord>(9);
-    expectFactoryToMake<WarrantyDataRecord>(10);
-    expectFactoryToMake<AmbientTemperatureDataRecord>(11);
-    expectFactoryToMake<HumidityDataRecord>(12);
-    expectFactoryToMake<StaticInfoDataRecordWithModuleAddress>(13);
-    expectFactoryToMake<DynamicInfoDataRecordWithModuleAddress>(14);
-    expectFactoryToMake<AdvancedSOCDataRecordWithModuleAddress>(15);
-    expectFactoryToMake<UnknownDataRecord>(200);
-    expectFactoryToMake<UnknownDataRecord>(255);
-}
 
 TEST(RecordClasses, areFoundAgainByCheckedDowncasts) {
     const auto record = [](DataRecord::Type type) { return DataRecord::factory(type); };

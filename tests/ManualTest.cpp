@@ -111,10 +111,16 @@ void add(OptionSet& options, const std::string& name, const std::string& shortNa
     }
 }
 
+bool takesValue(const Option& option) {
+    using enum Option::Action;
+    return option.action == startDate || option.action == startTime || option.action == endDate ||
+           option.action == endTime;
+}
+
 OptionSet knownOptions() {
     OptionSet known;
     for (const Option& option : allOptions()) {
-        add(known, std::string(option.name), std::string(option.shortName), !option.value.empty());
+        add(known, std::string(option.name), std::string(option.shortName), takesValue(option));
     }
     return known;
 }

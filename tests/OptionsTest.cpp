@@ -45,6 +45,18 @@ protected:
     Options options;
 };
 
+TEST_F(OptionsTest, everyOutputOptionOfTheTableSetsAFlag) {
+    for (const Option& option : allOptions()) {
+        for (const std::string_view name : {option.name, option.shortName}) {
+            ConvertFile::detailEnabled = ConvertFile::socEnabled = false;
+            ConvertFile::dynamicInfoEnabled = ConvertFile::wideEnabled = false;
+            ConvertFile::enable(std::string(name));
+            const bool isOutput = option.action == Option::Action::output && !name.empty();
+            EXPECT_EQ(ConvertFile::anyEnabled(), isOutput) << name;
+        }
+    }
+}
+
 TEST_F(OptionsTest, noArgumentsChangeNothing) {
     parse({});
     EXPECT_EQ(options.path(), ".");

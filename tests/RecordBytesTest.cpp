@@ -81,7 +81,6 @@ TEST(RecordBytes, theUsualRecordTakesNoHeapBlock) {
     bytes.append(std::span(content).last(1));
     EXPECT_FALSE(isWithin());
     EXPECT_EQ(contentOf(bytes), content);
-    EXPECT_EQ(sizeof bytes, 48U);
 }
 
 } // namespace

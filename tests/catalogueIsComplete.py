@@ -79,17 +79,21 @@ for each in recordTypes.BY_CODE.values():
 
 # --- The library --------------------------------------------------------------------------------
 
-cells, *made = output(FACTORY_CLASSES).splitlines()
+numbers, *made = output(FACTORY_CLASSES).splitlines()
+cells, sensors = map(int, numbers.split())
 for code, class_name in enumerate(made):
     each = recordTypes.BY_CODE.get(code)
     if each is None and class_name != UNKNOWN.class_name:
         problems.append(f"type {code}: tests/recordTypes.tsv does not list {class_name}")
     if each is not None and class_name != each.class_name:
         problems.append(f"{each}: no {each.class_name} in the factory, which makes {class_name}")
-if int(cells) != recordTypes.CELLS:
-    problems.append(f"tests/recordTypes.tsv names {recordTypes.CELLS} cells, the library has {cells}")
+if (cells, sensors) != (recordTypes.CELLS, recordTypes.SENSORS):
+    problems.append(
+        f"tests/recordTypes.tsv names {recordTypes.CELLS} cells and {recordTypes.SENSORS} sensors,"
+        f" the library has {cells} and {sensors}"
+    )
 for each in recordTypes.KNOWN:
-    length = 16 + 2 * recordTypes.CELLS + (each.code == 14)
+    length = 14 + 2 * (recordTypes.CELLS + recordTypes.SENSORS) + (each.code == 14)
     if each.name == "dynamic-info" and len(each.payload) != length:
         problems.append(f"{each}: the example in tests/recordTypes.tsv has not {length} bytes")
 

@@ -1,5 +1,5 @@
-// Tells the test of the catalogue what the library holds: a line for the number of cells of a
-// module, then for each type code the class that the factory makes.
+// Tells the test of the catalogue what the library holds: a line for the number of cells and
+// of temperature sensors of a module, then for each type code the class that the factory makes.
 
 #include "DataRecord.h"
 
@@ -10,7 +10,7 @@
 #include <typeinfo>
 
 int main() {
-    std::cout << DataRecord::seriesCells << '\n';
+    std::cout << DataRecord::seriesCells << ' ' << DataRecord::temperatureSensors << '\n';
     for (unsigned code = 0; code < 256; ++code) {
         const std::shared_ptr<DataRecord> record = DataRecord::factory(DataRecord::Type(code));
         const DataRecord& made = *record;

@@ -29,3 +29,4 @@ def load():
 *KNOWN, UNKNOWN = load()  # those that have a class of their own, and what stands for the others
 BY_CODE = {each.code: each for each in (*KNOWN, UNKNOWN)}
 CELLS = sum(name.startswith("cellRow[") for name in BY_CODE[2].columns)  # of a module
+SENSORS = sum(name.startswith("cellTemperature[") for name in BY_CODE[2].columns)

@@ -36,7 +36,7 @@ BEGIN {
 }
 
 FNR == 1 { file = FILENAME; sub(/.*\//, "", file) }
-/^Datestamp,/ { run = $2 " " $3; next }
+/^Datestamp,/ { block = $2 " " $3; next }
 !/^[0-9]+-[0-9][0-9]-[0-9][0-9] [0-9]+:[0-9][0-9]:[0-9][0-9]\.[0-9]+,/ { next }
 
 file == "dynamicInfo.csv" {
@@ -52,7 +52,7 @@ file == "soc.csv" && NF == 6 && !/,,/ {
     printf "\t%s\t%s\t%s\t%s\n", $2, $3, $4, $5
 }
 
-file == "detail.csv" && run == "error_register additional_information" && NF >= 3 {
+file == "detail.csv" && block == "error_register additional_information" && NF >= 3 {
     names = $4
     for (i = 5; i <= NF; i++) names = names ", " $i
     if (names == "" && $3 != 0) names = "category " $2 ", bits " $3
@@ -61,7 +61,7 @@ file == "detail.csv" && run == "error_register additional_information" && NF >= 
 }
 
 # Old firmware tells the state's name, newer firmware its number.
-file == "detail.csv" && run ~ /^message/ && index($2, "systemState=+") == 1 {
+file == "detail.csv" && block ~ /^message/ && index($2, "systemState=+") == 1 {
     state = substr($2, 14)
     if (state ~ /^[0-9]+$/ && (state + 1) in stateName) state = stateName[state + 1]
     sub(/^ST_/, "", state)

@@ -28,7 +28,7 @@ def header_of(table):
     return ",".join(column["name"] for column in TABLES[table] if column["headed"])
 
 
-RUNS = {header_of(table): table for table in TABLES if table.startswith("detail/")}
+BLOCKS = {header_of(table): table for table in TABLES if table.startswith("detail/")}
 
 
 def fits(column, value):
@@ -80,13 +80,13 @@ def check_table(path):
 
 
 def check_detail(path):
-    """A line that begins neither a row nor a run belongs to the text before it."""
+    """A line that begins neither a row nor a block belongs to the text before it."""
     table = None
     rows = []
     for number, line in enumerate(path.read_text("latin-1").split("\n")[:-1], 1):
         where = f"{path}:{number}"
         if line.startswith("Datestamp,"):
-            table = RUNS.get(line)
+            table = BLOCKS.get(line)
             if table is None:
                 problems.append(f"{where}: a header that the dictionary does not know: {line}")
                 return
