@@ -387,6 +387,38 @@ TEST(Damage, ofOneByteReachesThreeRecordsOnlyThroughAFrameOfEscapes) {
     EXPECT_EQ(rows[1], rowsOf(log.bytes())[3]);
 }
 
+TEST(Damage, ofOneByteReachesThreeRecordsThroughAFrameOfNothingToo) {
+    const LogBuilder log = LogBuilder()
+                               .message(plainTime, "a")
+                               .append("\x10\x03")
+                               .message(plainTime, "b")
+                               .message(plainTime, "c");
+    const auto rows = rowsOf(log.bytes());
+    ASSERT_EQ(rows.size(), 5U); // "a", the one of nothing, "b", "c" and the last
+    LogBuilder damaged = log;
+    damaged.remove(log.frames()[0].end - 1);
+    const auto damagedRows = rowsOf(damaged.bytes());
+    ASSERT_EQ(damagedRows.size(), 3U);
+    EXPECT_EQ(damagedRows[1], rows[3]);
+}
+
+TEST(Damage, ofAStretchReachesTheSecondRecordAfterItThroughAFrameOfNothing) {
+    const LogBuilder log = LogBuilder()
+                               .message(plainTime, "a")
+                               .message(plainTime, "b")
+                               .append("\x10\x03")
+                               .message(plainTime, "c")
+                               .message(plainTime, "d");
+    const auto rows = rowsOf(log.bytes());
+    const auto& frame = log.frames()[1]; // of "b"
+    LogBuilder damaged = log;
+    damaged.replace(frame.end - 2, '\x42').replace(frame.end - 1, '\x10');
+    const auto damagedRows = rowsOf(damaged.bytes());
+    ASSERT_EQ(damagedRows.size(), 4U); // "a", the one of "b" to "c", "d" and the last
+    EXPECT_EQ(damagedRows[0], rows[0]);
+    EXPECT_EQ(damagedRows[2], rows[4]);
+}
+
 TEST(Damage, thatTakesNothingButTheLastByteLeavesEveryRecordWhole) {
     const LogBuilder log = allTypes();
     auto rows = rowsOf(log.bytes());
