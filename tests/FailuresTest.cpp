@@ -2,8 +2,8 @@
 // interrupted and refused system calls, limits and signals. Every test runs the built tool.
 //
 // The rule behind all of them: a log that can't be opened or read costs its own records and one
-// line on standard error; an output that can't be opened or written is lost from there on, without
-// a word; everything else comes out as if nothing had happened, with exit status 0.
+// line on standard error; an output that can't be opened or written lacks what it could not take,
+// without a word; everything else comes out as if nothing had happened, with exit status 0.
 
 #include "LogBuilder.h"
 #include "ProgramRun.h"

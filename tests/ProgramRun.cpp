@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -102,12 +103,14 @@ void RunningProgram::sendSignal(int number) const {
 
 ProgramResult RunningProgram::wait() {
     int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    rusage usage = {};
+    while (wait4(process, &status, 0, &usage) < 0 && errno == EINTR) {
     }
     ProgramResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     result.out = streams.read("out");
     result.err = streams.read("err");
+    result.peakMemory = usage.ru_maxrss;
     return result;
 }
 

@@ -37,6 +37,7 @@ struct ProgramResult {
     int status = 0; // the exit status, or 128 and the number of the signal that ended it
     std::string out;
     std::string err;
+    long peakMemory = 0; // in kilobytes; not less than that of the calling process at the start
 };
 
 /// A program that has been started in the given working directory, with standard input empty and

@@ -23,6 +23,7 @@ for option in '-a, --all' '--detail' '-d, --dynamicInfo' '-s, --soc' '-w, --wide
 done
 for message in 'Reading: path' 'Sorting path' 'Converting: path' \
     'Unable to open path for reading\.' 'Unable to read path to its end\.' \
+    'Unable to list path to its end\.' \
     'Cannot process both path and path' 'option needs a value' \
     '--starttime must be used with --startdate' '--endtime must be used with --enddate' \
     "$(cd "$work" && "$tool" --version)"; do
