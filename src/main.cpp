@@ -15,7 +15,8 @@ namespace {
 using DataFilePtr = std::shared_ptr<DataFile>;
 
 /// The logs of the run. They are never taken apart: the end of the process gives their memory back
-/// at once, while it takes time to destroy a million records one by one. A process that runs the tool more than once drops the logs of the run before.
+/// at once, while it takes time to destroy a million records one by one. A process that runs the
+/// tool more than once drops the logs of the run before.
 std::vector<DataFilePtr>& runLogs() {
     static auto& logs = *new std::vector<DataFilePtr>;
     return logs;
