@@ -464,7 +464,7 @@ uint8_t ModuleDataRecord::moduleId() const {
 }
 
 // =================================================================================================
-// 0 and 16 to 255: UnknownDataRecord
+// 0 and all codes without a class: UnknownDataRecord
 //
 // Payload: anything.
 // =================================================================================================

@@ -274,7 +274,7 @@ public:
 // plain one. Each has its layout beside its decoder in DataRecord.cpp.
 
 // =================================================================================================
-// 0 and 16 to 255: UnknownDataRecord
+// 0 and all codes without a class: UnknownDataRecord
 // =================================================================================================
 
 /// A record whose type code has no class. Its row is a dump of all its bytes.

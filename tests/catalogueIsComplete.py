@@ -126,7 +126,7 @@ for each in recordTypes.KNOWN:
     if f"\n| {each.code} | " not in table_of_types:
         problems.append(f"{each}: no row in the table of types in docs/log-format.md")
     if each.code not in sampled:
-        problems.append(f"{each}: in no sample log (samples/makeSamples.cpp)")
+        problems.append(f"{each}: in no sample log (samples/makeSamples.cpp, then script/generate)")
 for each in recordTypes.BY_CODE.values():
     columns = tables.get(f"detail/{each.name}", [])
     if not columns:
