@@ -801,6 +801,21 @@ TEST_F(Failures, limitOnMemoryEndsTheRunAndLeavesTheOutputsOfTheRunBefore) {
 // Signals
 // =================================================================================================
 
+// Whoever starts the tests may ignore signals, as a shell does for what runs in the background.
+TEST(RunningProgram, hasEverySignalAtItsDefault) {
+    std::signal(SIGINT, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    for (const int number : {SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}) {
+        const std::string kill = "kill -" + std::to_string(number) + " $$";
+        EXPECT_EQ(runProgram({"prlimit", "--core=0", "sh", "-c", kill}, "/").status, 128 + number);
+    }
+    sigprocmask(SIG_UNBLOCK, &blocked, nullptr);
+    std::signal(SIGINT, SIG_DFL);
+}
+
 class Signals : public Failures, public testing::WithParamInterface<int> {};
 
 // "wide.csv" is a pipe here, so that the run can't get further than the test reads.

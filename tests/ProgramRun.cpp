@@ -33,6 +33,17 @@ void redirect(int descriptor, const std::filesystem::path& file, int flags) {
     close(opened);
 }
 
+/// In the child: gives every signal its default, whatever whoever started the tests has ignored or
+/// blocked, and whatever the tests' own process ignores.
+void resetSignals() {
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        std::signal(number, SIG_DFL); // which some numbers refuse
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 } // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
@@ -86,6 +97,7 @@ RunningProgram::RunningProgram(const std::vector<std::string>& command,
         throw std::runtime_error("can't fork");
     }
     if (process == 0) {
+        resetSignals();
         redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
         redirect(STDOUT_FILENO, streams.path() / "out", O_WRONLY | O_CREAT | O_TRUNC);
         redirect(STDERR_FILENO, streams.path() / "err", O_WRONLY | O_CREAT | O_TRUNC);

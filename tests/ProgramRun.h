@@ -40,8 +40,9 @@ struct ProgramResult {
     long peakMemory = 0; // in kilobytes; not less than that of the calling process at the start
 };
 
-/// A program that has been started in the given working directory, with standard input empty and
-/// no other descriptor than the three standard ones. It must be waited for once.
+/// A program that has been started in the given working directory, with standard input empty, no
+/// other descriptor than the three standard ones and every signal at its default. It must be waited
+/// for once.
 class RunningProgram {
 public:
     /// The command's first element is the program's path, or a name that PATH leads to.
