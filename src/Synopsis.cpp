@@ -1,10 +1,14 @@
 #include "Synopsis.h"
 
+#include "fileUtilities.h"
+
 #include <algorithm>
 #include <limits>
 #include <ostream>
 
 Synopsis::Synopsis() {
+    // Here and not in main, since this is the first file of the process.
+    prepareOutputs();
     ws.open("synopsis.csv", std::ios::out | std::ios::trunc);
     ws << "startDate,endDate,direction,loSoc,hiSoc,loDsoc,hiDsoc,transportedCharge" << std::endl;
     initialize(unknown);

@@ -1,7 +1,20 @@
 #include "fileUtilities.h"
 
+#include <csignal>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+void prepareOutputs() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0) {
+            open("/dev/null", O_RDWR); // gets the lowest number that is free, which is this one
+        }
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 bool isDirectory(const std::string& path) {
     constexpr mode_t directoryBit = 0x4000;

@@ -3,6 +3,14 @@
 #include <string>
 #include <vector>
 
+/// Makes every failing output a write that fails, which costs that output alone. To be called
+/// before the first file is opened.
+///
+/// A standard stream that is closed is opened on "/dev/null": a file would otherwise get its
+/// descriptor and with it the progress lines. The signals of a pipe that nobody reads any more and
+/// of a limit on file sizes are ignored: they would end the run.
+void prepareOutputs();
+
 /// True when the path exists and its file mode has the directory bit 0x4000 set. No other type bit
 /// is looked at, so a socket or a block device, whose modes share that bit, counts as a directory.
 bool isDirectory(const std::string& path);

@@ -257,6 +257,106 @@ TEST_F(Failures, closedStandardStreamsLeaveTheFilesComplete) {
     EXPECT_EQ(disturbed.files, undisturbed.files);
 }
 
+/// The standard streams that are closed when the tool starts, as a bit each.
+class ClosedStreams : public Failures, public testing::WithParamInterface<unsigned> {};
+
+// A file that got the descriptor of a standard stream would take the lines that are meant for it.
+TEST_P(ClosedStreams, loseTheirLinesOnly) {
+    directory.write("A.LOG", mixedLog());
+    fs::create_symlink("nowhere", path("B.LOG")); // has something to say on standard error
+    std::string closing = "exec \"$@\"";
+    for (unsigned descriptor = 0; descriptor < 3; ++descriptor) {
+        if ((GetParam() >> descriptor & 1) != 0) {
+            closing += ' ' + std::to_string(descriptor) + ">&-";
+        }
+    }
+    const std::vector<std::vector<std::string>> modes = {
+        {}, {"--all"}, {"--soc", "--dynamicInfo"}, {"A.LOG", "--detail"}, {"B.LOG"}, {"--help"}};
+    for (const std::vector<std::string>& mode : modes) {
+        SCOPED_TRACE(testing::PrintToString(mode));
+        std::vector<std::string> command = {toolPath()};
+        command.insert(command.end(), mode.begin(), mode.end());
+        removeOutputs();
+        Outcome expected = outcome(runProgram(command, directory.path()));
+        EXPECT_EQ(expected.result.status, 0);
+        if ((GetParam() & 2) != 0) {
+            expected.result.out.clear();
+        }
+        if ((GetParam() & 4) != 0) {
+            expected.result.err.clear();
+        }
+
+        removeOutputs();
+        command.insert(command.begin(), {"sh", "-c", closing, "sh"});
+        const Outcome disturbed = outcome(runProgram(command, directory.path()));
+        EXPECT_EQ(disturbed.result.status, 0);
+        EXPECT_EQ(disturbed.result.out, expected.result.out);
+        EXPECT_EQ(disturbed.result.err, expected.result.err);
+        EXPECT_EQ(disturbed.files, expected.files);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, ClosedStreams, testing::Range(0U, 8U), [](const auto& test) {
+    std::string name = "closed";
+    for (unsigned descriptor = 0; descriptor < 3; ++descriptor) {
+        if ((test.param >> descriptor & 1) != 0) {
+            name += std::to_string(descriptor);
+        }
+    }
+    return name;
+});
+
+// =================================================================================================
+// Readers that leave
+// =================================================================================================
+
+TEST_F(Failures, standardStreamsWithoutAReaderLeaveTheFilesComplete) {
+    directory.write("A.LOG", mixedLog());
+    fs::create_symlink("nowhere", path("B.LOG")); // has something to say on standard error
+    const Outcome undisturbed = convert();
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    // The pipe can be opened for writing while somebody has it open for reading, who then leaves.
+    const Outcome disturbed =
+        convert({"sh", "-c", "exec 3<>pipe >pipe 2>pipe 3>&-; exec \"$@\"", "sh"});
+    EXPECT_EQ(disturbed.result.status, 0);
+    EXPECT_EQ(disturbed.files, undisturbed.files);
+}
+
+TEST_F(Failures, readerOfTheProgressLinesMayLeaveAtAnyTime) {
+    for (char name = 'A'; name <= 'F'; ++name) {
+        directory.write(std::string{name} + ".LOG", mixedLog());
+    }
+    const Outcome undisturbed = convert();
+    for (unsigned lines = 0; lines <= 18; ++lines) {
+        SCOPED_TRACE(lines);
+        const Outcome disturbed = convert(
+            {"sh", "-c", R"({ "$@"; echo $? >status; } | head -n )" + std::to_string(lines), "sh"});
+        EXPECT_EQ(directory.read("status"), "0\n");
+        EXPECT_TRUE(undisturbed.result.out.starts_with(disturbed.result.out));
+        EXPECT_EQ(linesOf(disturbed.result.out).size(), lines);
+        EXPECT_EQ(disturbed.result.err, "");
+        EXPECT_EQ(disturbed.files, undisturbed.files);
+    }
+}
+
+TEST_F(Failures, readerOfAnOutputMayLeaveAtAnyTime) {
+    directory.write("A.LOG", longLog(4000));
+    const Outcome undisturbed = convert();
+    Outcome expected = undisturbed;
+    expected.files.erase("wide.csv");
+    removeOutputs();
+    ASSERT_EQ(mkfifo(path("wide.csv").c_str(), 0600), 0);
+
+    RunningProgram tool({toolPath(), "--all"}, directory.path());
+    char part[1000];
+    std::ifstream(path("wide.csv")).read(part, sizeof part);
+    expectUndisturbed(outcome(tool.wait()), expected);
+}
+
+// =================================================================================================
+// Small disks
+// =================================================================================================
+
 TEST_F(Failures, smallDiskHoldsABeginningOfEachFile) {
     if (runProgram({"unshare", "-rm", "mount", "-t", "tmpfs", "none", "/mnt"}, "/").status != 0) {
         GTEST_SKIP() << "a file system can't be mounted in a user namespace here";
@@ -759,24 +859,41 @@ TEST_F(Failures, limitOnOpenFilesThatForbidsToListTheDirectoryEndsSilentlyWithSt
     EXPECT_EQ(disturbed.result.err, "");
 }
 
-TEST_F(Failures, limitOnFileSizeEndsTheRunWithItsSignalAndHarmsNothingThatWasWritten) {
-    directory.write("A.LOG", longLog(400));
+// A limit is a full disk for each file by itself, the progress lines included if a file takes them.
+TEST_F(Failures, limitOnFileSizeCutsEachFileThere) {
+    directory.write("A.LOG", longLog(20));
     const Outcome undisturbed = convert();
-    const Outcome disturbed = convert({"prlimit", "--fsize=4096", "--core=0"});
-    EXPECT_EQ(disturbed.result.status, 128 + SIGXFSZ);
-    EXPECT_EQ(disturbed.result.out, undisturbed.result.out);
-    expectPrefixes(disturbed, undisturbed);
+    size_t longest = 0;
+    for (const auto& [name, size] : namesAndSizes(undisturbed)) {
+        longest = std::max(longest, size);
+    }
+    for (size_t limit = 0; limit <= longest; limit += limit < 200 ? 1 : 61) {
+        SCOPED_TRACE(limit);
+        Outcome expected = undisturbed;
+        expected.result.out = expected.result.out.substr(0, limit);
+        for (auto& [name, bytes] : expected.files) {
+            bytes = bytes.substr(0, limit);
+        }
+        expectUndisturbed(convert({"prlimit", "--fsize=" + std::to_string(limit), "--core=0"}),
+                          expected);
+    }
 }
 
-TEST_F(Failures, limitOnFileSizeWithItsSignalIgnoredCutsEachFileAtTheLimit) {
-    directory.write("A.LOG", longLog(400));
+TEST_F(Failures, limitOnFileSizeCutsLongLinesThere) {
+    directory.write("A.LOG", logOfLongTexts());
     const Outcome undisturbed = convert();
-    Outcome expected = undisturbed;
-    for (auto& [name, bytes] : expected.files) {
-        bytes.resize(std::min<size_t>(bytes.size(), 4096));
+    for (const size_t limit : {512U, 1024U, 4096U, 8192U, 50000U, 131072U}) {
+        SCOPED_TRACE(limit);
+        Outcome expected = undisturbed;
+        for (auto& [name, bytes] : expected.files) {
+            bytes = bytes.substr(0, limit);
+        }
+        const Outcome disturbed =
+            convert({"prlimit", "--fsize=" + std::to_string(limit), "--core=0"});
+        EXPECT_EQ(disturbed.result.status, 0);
+        EXPECT_EQ(namesAndSizes(disturbed), namesAndSizes(expected));
+        EXPECT_TRUE(disturbed.files == expected.files);
     }
-    expectUndisturbed(
-        convert({"env", "--ignore-signal=XFSZ", "prlimit", "--fsize=4096", "--core=0"}), expected);
 }
 
 // All logs are read before the first output is opened, so that a run without enough memory for them
