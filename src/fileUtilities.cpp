@@ -1,8 +1,10 @@
 #include "fileUtilities.h"
 
+#include <cerrno>
 #include <csignal>
 #include <dirent.h>
 #include <fcntl.h>
+#include <iostream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,10 +37,18 @@ std::vector<std::string> allLogFilesIn(const std::string& path) {
     if (d == nullptr) {
         return result;
     }
-    while (const dirent* dir = readdir(d)) {
+    // Only errno tells a listing that failed from one that came to its end.
+    const auto nextEntry = [d] {
+        errno = 0;
+        return readdir(d);
+    };
+    while (const dirent* dir = nextEntry()) {
         if (isLogFile(dir->d_name)) {
             result.push_back(path + "/" + dir->d_name);
         }
+    }
+    if (errno != 0) {
+        std::cerr << "Unable to list " << path << " to its end." << std::endl;
     }
     closedir(d);
     return result;

@@ -21,5 +21,6 @@ bool isLogFile(const std::string& filename);
 /// The paths of the entries directly inside the directory whose names end in ".LOG", whatever their
 /// type, each as the directory path, "/" and the entry name. The directory path is used as it
 /// stands. The order is the file system's own and is not sorted: the conversion order depends on
-/// it. Empty when there is no such entry or the directory can't be opened.
+/// it. Empty when there is no such entry or the directory can't be opened. A listing that fails
+/// midway ends there, with one line on standard error.
 std::vector<std::string> allLogFilesIn(const std::string& path);

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -568,8 +569,8 @@ protected:
         long result;
     };
 
-    /// Converts with a failure injected into the calls that touch one of the files. A wrapper is a
-    /// program that starts the tool.
+    /// Converts with a failure injected into the calls that touch one of the files; the empty name
+    /// is the directory. A wrapper is a program that starts the tool.
     Outcome convertWith(const std::string& injection, const std::vector<std::string>& files,
                         const std::vector<std::string>& wrapper = {}) {
         // strace and the leak detection can't both trace the tool.
@@ -578,12 +579,12 @@ protected:
                                            "-qqq",   "-y",
                                            "-s",     "0",
                                            "-o",     traces.path() / "calls",
-                                           "-e",     "trace=read,readv,write,writev",
+                                           "-e",     "trace=read,readv,write,writev,getdents64",
                                            "-e",     "inject=" + injection};
         const fs::path canonical = fs::canonical(directory.path());
         for (const std::string& file : files) {
             prefix.emplace_back("-P");
-            prefix.push_back(canonical / file);
+            prefix.push_back(file.empty() ? canonical : canonical / file);
         }
         prefix.emplace_back("--");
         prefix.insert(prefix.end(), wrapper.begin(), wrapper.end());
@@ -820,6 +821,55 @@ TEST_F(SystemCalls, killAtAnyWriteLeavesWholeLines) {
         }
     }
     EXPECT_EQ(kills, linesIn(undisturbed));
+}
+
+// Whichever part of the listing fails: the logs listed before it are converted.
+TEST_F(SystemCalls, failedListingEndsThereAndTheLogsBeforeItAreConverted) {
+    // Long names: the system hands them out in portions of 32 KB.
+    const std::string filler(200, 'x');
+    for (unsigned number = 0; number < 400; ++number) {
+        directory.write(filler + std::to_string(number) + (number % 40 == 0 ? ".LOG" : ""),
+                        number % 40 == 0 ? mixedLog() : "");
+    }
+    const Outcome undisturbed = convert();
+    std::vector<size_t> converted; // logs, by the portion that failed
+    for (unsigned number = 1; number < 50; ++number) {
+        SCOPED_TRACE("portion " + std::to_string(number));
+        const Outcome disturbed =
+            convertWith("getdents64:error=EIO:when=" + std::to_string(number), {""});
+        if (!injected()) {
+            expectUndisturbed(disturbed, undisturbed);
+            break;
+        }
+        EXPECT_EQ(disturbed.result.err, "Unable to list . to its end.\n");
+        const size_t logs = linesOf(disturbed.result.out).size() / 3;
+        converted.push_back(logs);
+        EXPECT_EQ(disturbed.result.status, logs == 0 ? 1 : 0);
+
+        // The same logs come out, in the same order, as in a run in which the others are none.
+        fs::create_directory(path("away"));
+        std::set<std::string> listed;
+        for (const std::string& line : linesOf(disturbed.result.out)) {
+            listed.insert(line.substr(line.rfind('/') + 1));
+        }
+        for (unsigned other = 0; other < 400; other += 40) {
+            const std::string name = filler + std::to_string(other) + ".LOG";
+            if (!listed.contains(name)) {
+                fs::rename(path(name), path("away/" + name));
+            }
+        }
+        const Outcome withoutTheOthers = convert();
+        EXPECT_EQ(disturbed.result.out, withoutTheOthers.result.out);
+        EXPECT_EQ(disturbed.files, withoutTheOthers.files);
+        for (const auto& entry : fs::directory_iterator(path("away"))) {
+            fs::rename(entry.path(), path(entry.path().filename()));
+        }
+        fs::remove(path("away"));
+    }
+    ASSERT_GE(converted.size(), 3U);
+    EXPECT_EQ(converted.front(), 0U);
+    EXPECT_EQ(converted.back(), 10U); // the portion that would have been empty
+    EXPECT_TRUE(std::ranges::is_sorted(converted));
 }
 
 // =================================================================================================
