@@ -1,12 +1,33 @@
 #include "fileUtilities.h"
 #include "ProgramRun.h"
 
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
+
+/// How many entries of a directory are listed before its listing fails.
+static std::optional<unsigned> entriesUntilFailure;
+
+/// Takes the place of the C library's.
+extern "C" dirent* readdir(DIR* directory) {
+    if (entriesUntilFailure && (*entriesUntilFailure)-- == 0) {
+        errno = EIO;
+        return nullptr;
+    }
+    static const auto original = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
+    return original(directory);
+}
 
 namespace {
 
@@ -17,6 +38,50 @@ using testing::UnorderedElementsAre;
 /// A node of a type that has no data, such as a socket.
 void makeNode(const fs::path& path, mode_t type) {
     ASSERT_EQ(mknod(path.c_str(), type | 0600, 0), 0) << path;
+}
+
+/// In a process of its own: whether prepareOutputs() opens those standard streams, and no other,
+/// that are closed, a bit each.
+bool opensClosedStreams(unsigned closed) {
+    struct stat null = {};
+    struct stat before[3] = {};
+    bool right = stat("/dev/null", &null) == 0;
+    const auto isOpenTo = [](int descriptor, const struct stat& file) {
+        struct stat status = {};
+        return fstat(descriptor, &status) == 0 && status.st_dev == file.st_dev &&
+               status.st_ino == file.st_ino;
+    };
+    const int next = dup(0); // the lowest number that is free
+    close(next);
+    for (int descriptor = 0; descriptor < 3; ++descriptor) {
+        right = fstat(descriptor, &before[descriptor]) == 0 && right;
+        if ((closed >> descriptor & 1) != 0) {
+            close(descriptor);
+            before[descriptor] = null;
+        }
+    }
+    prepareOutputs();
+    for (int descriptor = 0; descriptor < 3; ++descriptor) {
+        right = isOpenTo(descriptor, before[descriptor]) && right;
+    }
+    return right && fcntl(next, F_GETFD) < 0;
+}
+
+TEST(prepareOutputs, opensTheStandardStreamsThatAreClosed) {
+    for (unsigned closed = 0; closed < 8; ++closed) {
+        const auto inItsOwnProcess = [&] { std::_Exit(opensClosedStreams(closed) ? 0 : 1); };
+        EXPECT_EXIT(inItsOwnProcess(), testing::ExitedWithCode(0), "") << closed;
+    }
+}
+
+TEST(prepareOutputs, ignoresTheSignalsOfOutputsThatCanNotBeWritten) {
+    for (const int number : {SIGPIPE, SIGXFSZ}) {
+        std::signal(number, SIG_DFL);
+    }
+    prepareOutputs();
+    for (const int number : {SIGPIPE, SIGXFSZ}) {
+        EXPECT_EQ(std::signal(number, SIG_IGN), SIG_IGN) << number;
+    }
 }
 
 TEST(isDirectory, isTrueForADirectoryAndForALinkToOne) {
@@ -159,6 +224,37 @@ TEST(allLogFilesIn, keepsTheOrderOfTheDirectory) {
     }
     EXPECT_EQ(listed.size(), 26U);
     EXPECT_EQ(allLogFilesIn(directory.path()), listed);
+}
+
+TEST(allLogFilesIn, endsWhereTheListingFailsAndSaysSo) {
+    const TemporaryDirectory directory;
+    for (const char* name : {"A.LOG", "B.LOG", "c", "D.LOG"}) {
+        directory.write(name, "");
+    }
+    const std::vector<std::string> all = allLogFilesIn(directory.path());
+    EXPECT_EQ(all.size(), 3U);
+    size_t listed = 0;
+    for (unsigned entries = 0; entries <= 6; ++entries) { // with "." and ".."
+        entriesUntilFailure = entries;
+        testing::internal::CaptureStderr();
+        const std::vector<std::string> some = allLogFilesIn(directory.path());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "Unable to list " + directory.path().string() + " to its end.\n");
+        entriesUntilFailure.reset();
+        EXPECT_GE(some.size(), listed);
+        listed = some.size();
+        EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin()));
+    }
+    EXPECT_EQ(listed, all.size());
+}
+
+TEST(allLogFilesIn, takesNoErrorFromBeforeForAFailure) {
+    const TemporaryDirectory directory;
+    directory.write("A.LOG", "");
+    testing::internal::CaptureStderr();
+    errno = EIO;
+    EXPECT_EQ(allLogFilesIn(directory.path()).size(), 1U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(allLogFilesIn, closesTheDirectory) {
