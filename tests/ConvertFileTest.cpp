@@ -318,6 +318,21 @@ TEST_F(ConvertFileTest, openStreamsAreLeftAsTheyAre) {
     EXPECT_EQ(other.files(), Files());
 }
 
+// An output that could not be opened is tried again when something is due in it.
+TEST_F(ConvertFileTest, aHeaderOpensTheFileOfAllDetailsAgain) {
+    const DataFile file = logOf(LogBuilder().message(when, "a").powerMode(later, 51));
+    std::filesystem::create_directory(directory.path() / "detail.csv");
+    inItsOwnProcess([&] {
+        ConvertFile::enable("--detail");
+        ConvertFile::aggregate(directory.path());
+        std::filesystem::remove(directory.path() / "detail.csv");
+        EXPECT_EQ(ConvertFile(file).convert(), 0);
+    });
+    const std::string rows = messageHeader + whenText + ",a,\n" + //
+                             powerModeHeader + laterText + ",dormant\n";
+    EXPECT_EQ(outputs(), (Files{{"X.LOG.detail.csv", rows}, {"detail.csv", rows}}));
+}
+
 // -------------------------------------------------------------------------------------------------
 // Conversion
 // -------------------------------------------------------------------------------------------------

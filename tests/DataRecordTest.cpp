@@ -129,18 +129,24 @@ std::string written(const std::function<void(std::ostream&)>& write) {
     return os.str();
 }
 
-/// A source whose reads fail after its last byte, as those of a broken disk do.
+/// A source whose reads fail after its last byte, as those of a broken disk do. What would follow,
+/// if there is something, can be read after the first failure.
 class BrokenSource : public std::streambuf {
 public:
-    explicit BrokenSource(const std::string& content) : text(content) {
+    explicit BrokenSource(const std::string& content, const std::string& next = {})
+        : text(content), following(next) {
         setg(text.data(), text.data(), text.data() + text.size());
     }
 
 protected:
-    int_type underflow() override { throw std::ios_base::failure("read error"); }
+    int_type underflow() override {
+        setg(following.data(), following.data(), following.data() + following.size());
+        throw std::ios_base::failure("read error");
+    }
 
 private:
     std::string text;
+    std::string following;
 };
 
 // =================================================================================================
@@ -385,6 +391,17 @@ TEST(Framing, aReadErrorMarksTheStreamBadAndAnEndDoesNot) {
         std::istringstream whole(log);
         recordsOf(whole);
         EXPECT_FALSE(whole.bad());
+    }
+}
+
+// Whatever the number of bytes that were read before: they are read in portions of 511.
+TEST(Framing, nothingIsReadAfterAReadError) {
+    for (size_t length = 0; length <= 3 * 511 + 1; ++length) {
+        const std::string before(length, 'a');
+        BrokenSource source(before, "after" + bytesOf("10 03"));
+        std::istream stream(&source);
+        ASSERT_THAT(recordsOf(stream), ElementsAre(before + bytesOf("FF"))) << length;
+        ASSERT_TRUE(stream.bad()) << length;
     }
 }
 

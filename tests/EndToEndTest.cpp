@@ -1130,6 +1130,17 @@ TEST_F(DateRangeTest, theExtraLastRecordIsInsideWhenThereIsNoStart) {
                                 {"synopsis.csv", synopsisHeader}}));
 }
 
+// The tool remembers the date of the record before, and there is none before the first.
+TEST_F(DateRangeTest, theFirstRecordMayBeOfAnyDay) {
+    const std::pair<uint16_t, std::string> days[] = {
+        {0, "1984-01-01"}, {1, "1984-01-02"}, {2, "1984-01-03"}, {65535, "2163-06-05"}};
+    for (const auto& [day, date] : days) {
+        directory.write("A.LOG", messageLog({day, 0}, "a"));
+        runWell({"A.LOG", "--detail", "--startdate", "", "--enddate", ""});
+        EXPECT_EQ(linesOf(directory.read("A.LOG.detail.csv")).at(1), date + " 00:00:00.0,a,");
+    }
+}
+
 // -------------------------------------------------------------------------------------------------
 // The rows of wide.csv
 // -------------------------------------------------------------------------------------------------
@@ -1208,6 +1219,24 @@ TEST_F(WideRowsTest, growByTheFieldsOfFurtherModules) {
                          .advancedSoc(at(2), 3, 10, 20, 0.25F, 1)
                          .dynamicInfo(at(3), 0, sample)),
               after.line() + inFront.line());
+}
+
+TEST_F(WideRowsTest, haveTheModulesInTheOrderOfTheirNumbersUpTo255) {
+    WideRow row = {textOf(5)};
+    row.dynamicInfo2 += ",127" + sampleFields + ",128" + sampleFields + ",255" + sampleFields;
+    row.soc2 += ",127,10,20,0.25,1,128,10,20,0.25,1,255,10,20,0.25,1";
+    WideRow again = row;
+    again.datestamp = textOf(6);
+    const std::string rows = rowsOf(LogBuilder()
+                                        .dynamicInfo(at(1), 255, sample)
+                                        .dynamicInfo(at(1), 127, sample)
+                                        .advancedSoc(at(2), 255, 10, 20, 0.25F, 1)
+                                        .advancedSoc(at(2), 127, 10, 20, 0.25F, 1)
+                                        .advancedSoc(at(2), 128, 10, 20, 0.25F, 1)
+                                        .dynamicInfo(at(5), 128, sample)
+                                        .dynamicInfo(at(6), 255, sample));
+    EXPECT_THAT(linesOf(rows), testing::SizeIs(4));
+    EXPECT_THAT(rows, testing::EndsWith(row.line() + again.line()));
 }
 
 TEST_F(WideRowsTest, ofASignalRepeatTheDatestampOfTheRecordBefore) {

@@ -35,6 +35,21 @@ TEST(Header, keepsDuplicates) {
     EXPECT_EQ(written(header), "A,A");
 }
 
+TEST(Header, keepsEmptyNames) {
+    Header header{""};
+    EXPECT_FALSE(header.empty());
+    EXPECT_EQ(header.size(), 1U);
+    EXPECT_EQ(written(header), "");
+    header.addName("B");
+    header.addName("");
+    EXPECT_EQ(written(header), ",B,");
+
+    Header empties{"", "", ""};
+    EXPECT_EQ(written(empties), ",,");
+    empties.addAll(header);
+    EXPECT_EQ(written(empties), ",,,,B,");
+}
+
 TEST(Header, addAllAppendsTheNamesInTheirOrder) {
     Header header{"A", "B"};
     header.addAll(Header{"D", "C"});
