@@ -1,5 +1,6 @@
 // What the tool does when the system fails it: full disks, files that can't be opened or read,
-// interrupted and refused system calls, limits and signals. Every test runs the built tool.
+// streams that are closed or that nobody reads, interrupted and refused system calls, limits and
+// signals. Every test runs the built tool.
 //
 // The rule behind all of them: a log that can't be opened or read costs its own records and one
 // line on standard error; an output that can't be opened or written lacks what it could not take,
