@@ -234,6 +234,7 @@ void fields(benchmark::State& state, bool inOneGo) {
         row.write();
         os.flush();
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 /// A line of 140 characters in three pieces, which goes straight to a stream or through memory.
@@ -258,6 +259,7 @@ void line(benchmark::State& state, bool throughMemory) {
         }
         flush(os);
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 } // namespace
