@@ -25,7 +25,11 @@
 namespace {
 
 constexpr unsigned numberOfLogs = 8;
-constexpr unsigned lastOfBattery = 15; // the types up to this one have values that move
+
+// The types up to this one have values that move. "typical" logs hold no others, so that its
+// figures stay comparable; "alternating" ones hold every type.
+constexpr unsigned lastOfBattery = 15;
+
 constexpr uint64_t millisecondsPerDay = 24ULL * 60 * 60 * 1000;
 constexpr uint64_t period = (3 * 365 - 1) * millisecondsPerDay;
 
