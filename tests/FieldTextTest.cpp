@@ -107,6 +107,7 @@ TEST(FieldText, floatsOfEachNotation) {
     EXPECT_EQ(textOf(999999.4F, 999999.5F, 0.0001F, 0.00009999995F),
               ",999999,1e+06,0.0001,9.99999e-05");
     EXPECT_EQ(textOf(100000.5F, 100001.5F), ",100000,100002"); // from the middle to the even one
+    EXPECT_EQ(textOf(9.9999995F, -0.99999994F, 0.00099999993F), ",10,-1,0.001"); // one digit more
     const float infinity = std::numeric_limits<float>::infinity();
     EXPECT_EQ(textOf(infinity, -infinity, std::bit_cast<float>(0x7FC00000U)), ",inf,-inf,nan");
 }
