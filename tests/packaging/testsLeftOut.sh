@@ -1,5 +1,5 @@
 #!/bin/sh
-# Without GoogleTest or without Python the presets build the tool alone and CMake says so; once both
+# Without GoogleTest, Google Benchmark or Python the presets build the tool alone and CMake says so; once all
 # are there, the tests join in, in the same build directory.
 # Usage: testsLeftOut.sh SOURCE
 set -eu
@@ -25,5 +25,6 @@ expect() {
     esac
 }
 expect no -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON
-expect no -DCMAKE_DISABLE_FIND_PACKAGE_GTest=OFF -DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON
+expect no -DCMAKE_DISABLE_FIND_PACKAGE_GTest=OFF -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON
+expect no -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=OFF -DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON
 expect yes -DCMAKE_DISABLE_FIND_PACKAGE_Python3=OFF
